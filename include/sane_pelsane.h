@@ -17,7 +17,8 @@ void sane_pelsane_exit(void);
 /* The list stays valid until the next successful call, or until the library is unloaded. */
 SANE_Status sane_pelsane_get_devices(const SANE_Device ***device_list, SANE_Bool local_only);
 
-/* Driver codes that have no SANE status pass through as numbers; see sane_pelsane_err_desc. */
+/* An empty name is the driver's to interpret; a null one is invalid, as is a driver that opens nothing an I/O error.
+   Driver codes that have no SANE status pass through as numbers; see sane_pelsane_err_desc. */
 SANE_Status sane_pelsane_open(SANE_String_Const name, SANE_Handle *handle);
 void sane_pelsane_close(SANE_Handle handle);
 

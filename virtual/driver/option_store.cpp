@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+// Settings in, answer codes out. A set changes one value, whatever the profile says is set along with it, and the
+// activity of the options that depend on any of these; the answer tells how much the application has to read afresh.
+// Tested by driver_options_test.
+#include "option_store.h"
+
+#include "kx_scanner.h"
+#include "value_input.h"
+#include "words.h"
+
+#include <algorithm>
+
+namespace virtual_scanner {
+
+namespace {
+
+int answer_for(bool image, bool options)
+{
+    if (image)
+        return options ? SCANNER_ERR_RELOAD_OPT_PARAM : SCANNER_ERR_RELOAD_IMAGE_PARAM;
+    return options ? SCANNER_ERR_CONFIGURATION_CHANGED : SCANNER_ERR_OK;
+}
+
+} // namespace
+
+option_store::option_store(const profile &description) : description_(description), active_(options().size(), true)
+{
+    for (const option_definition &option : options())
+        values_.push_back(option.initial);
+    update_activity();
+}
+
+int option_store::find_by_name(const std::string &name) const
+{
+    for (int number = 1; number < count(); ++number)
+        if (option_at(number).name == name)
+            return number;
+    return 0;
+}
+
+int option_store::find_by_well_known_id(int id) const
+{
+    for (int number = 1; number < count(); ++number)
+        if (well_known_id(option_at(number)) == id)
+            return number;
+    return 0;
+}
+
+int option_store::find_by_role(option_role role) const
+{
+    for (int number = 1; number < count(); ++number)
+        if (option_at(number).role == role)
+            return number;
+    return 0;
+}
+
+// The language belongs to the process: another handle may have switched it.
+option_value option_store::current(int number) const
+{
+    const option_definition &option = option_at(number);
+    if (option.role == option_role::language)
+        for (const auto &[word, tag] : option.meanings)
+            if (tag == current_language())
+                return word;
+    return values_[static_cast<std::size_t>(number) - 1];
+}
+
+int option_store::set(int number, void *data, const long *length)
+{
+    const option_definition &option = option_at(number);
+    if (option.readonly)
+        return SCANNER_ERR_ACCESS_DENIED;
+    if (option.type == option_type::button)
+        return press(number);
+    if (option.type == option_type::group || data == nullptr)
+        return SCANNER_ERR_INVALID_PARAMETER;
+    const value_input input = read_value(option, data, length != nullptr ? *length : option.size);
+    if (input.outcome == value_input::refused)
+        return SCANNER_ERR_INVALID_PARAMETER;
+    change changed;
+    if (!take_over(number, input.value, changed))
+        return SCANNER_ERR_INVALID_PARAMETER;
+    // Before the answer is chosen: an image option that switches others has to make the application read these again.
+    // Without a change of the image the application's side follows the conditions itself.
+    const bool activity_changed = update_activity();
+    if (input.outcome == value_input::adjusted) {
+        write_back(input.value, data);
+        return SCANNER_ERR_NOT_EXACT;
+    }
+    return answer_for(changed.image, changed.options || (changed.image && activity_changed));
+}
+
+int option_store::press(int number)
+{
+    if (option_at(number).role != option_role::restore)
+        return SCANNER_ERR_OK;
+    restore_defaults();
+    return SCANNER_ERR_RELOAD_OPT_PARAM;
+}
+
+bool option_store::take_over(int number, const option_value &value, change &changed)
+{
+    const option_definition &option = option_at(number);
+    changed.image = changed.image || option.affects_image;
+    if (option.role == option_role::language) {
+        changed.options = true;
+        return set_language(option, std::get<std::string>(value));
+    }
+    values_[static_cast<std::size_t>(number) - 1] = value;
+    if (option.role == option_role::paper) {
+        set_area_to_paper(std::get<std::string>(value));
+        changed.options = true;
+    }
+    const auto along = option.sets.find(to_condition_text(value));
+    if (along == option.sets.end())
+        return true;
+    for (const auto &[name, setting] : along->second)
+        take_over(find_by_name(name), setting, changed);
+    changed.options = true;
+    return true;
+}
+
+bool option_store::set_language(const option_definition &option, const std::string &word)
+{
+    const auto tag = option.meanings.find(word);
+    return tag != option.meanings.end() && switch_language(tag->second);
+}
+
+void option_store::set_by_role(option_role role, double value)
+{
+    if (const int number = find_by_role(role); number != 0)
+        values_[static_cast<std::size_t>(number) - 1] = value;
+}
+
+void option_store::set_area_to_paper(const std::string &paper)
+{
+    const paper_size &size = description_.papers.at(paper);
+    set_by_role(option_role::left, 0);
+    set_by_role(option_role::top, 0);
+    set_by_role(option_role::right, size.width_mm);
+    set_by_role(option_role::bottom, size.height_mm);
+}
+
+void option_store::restore_defaults()
+{
+    for (int number = 1; number < count(); ++number)
+        if (option_at(number).role != option_role::language)
+            values_[static_cast<std::size_t>(number) - 1] = option_at(number).initial;
+    update_activity();
+}
+
+bool option_store::set_active(const std::string &name, bool active)
+{
+    const int number = find_by_name(name);
+    if (number == 0)
+        return false;
+    active_[static_cast<std::size_t>(number) - 1] = active;
+    return true;
+}
+
+// One pass per option lets a change run down the longest chain; a circle that never settles ends there too.
+bool option_store::update_activity()
+{
+    const auto before = active_;
+    const auto value_of = [this](const std::string &name) -> std::optional<std::string> {
+        const int number = find_by_name(name);
+        if (number == 0 || !active_[static_cast<std::size_t>(number) - 1])
+            return std::nullopt;
+        return to_condition_text(current(number));
+    };
+    for (std::size_t pass = 0; pass < options().size(); ++pass) {
+        const auto at_start = active_;
+        for (std::size_t i = 0; i < options().size(); ++i)
+            if (options()[i].depends)
+                active_[i] = is_satisfied(*options()[i].depends, value_of);
+        if (active_ == at_start)
+            break;
+    }
+    return active_ != before;
+}
+
+std::string option_store::acting_meaning(option_role role, const std::string &otherwise) const
+{
+    const int number = find_by_role(role);
+    if (number == 0)
+        return otherwise;
+    const auto word = acting<std::string>(role, otherwise);
+    const auto &meanings = option_at(number).meanings;
+    const auto meaning = meanings.find(word);
+    return meaning != meanings.end() ? meaning->second : word;
+}
+
+bool option_store::is_active(option_role role) const
+{
+    const int number = find_by_role(role);
+    return number != 0 && active_[static_cast<std::size_t>(number) - 1];
+}
+
+} // namespace virtual_scanner

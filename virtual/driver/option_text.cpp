@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+// An option as the driver's text, `"name" : {...}`: words in the current language, titles as word ids, conditions as
+// they stand in the profile. Tested by driver_options_test.
+#include "option_store.h"
+#include "words.h"
+
+#include <nlohmann/json.hpp>
+
+namespace virtual_scanner {
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+const char *type_name(option_type type)
+{
+    constexpr const char *names[] = {"bool", "int", "float", "string", "button", "group"};
+    return names[static_cast<std::size_t>(type)];
+}
+
+json to_json(const option_value &value)
+{
+    if (const bool *flag = std::get_if<bool>(&value))
+        return *flag;
+    if (const int *integer = std::get_if<int>(&value))
+        return *integer;
+    if (const double *real = std::get_if<double>(&value))
+        return *real;
+    return in_current_language(std::get<std::string>(value));
+}
+
+json bounds_to_json(const option_definition &option)
+{
+    const auto number = [&](double value) {
+        return option.type == option_type::integer ? json(static_cast<int>(value)) : json(value);
+    };
+    return {{"min", number(option.bounds->min)},
+            {"max", number(option.bounds->max)},
+            {"step", number(option.bounds->step)}};
+}
+
+void add_constraint(const option_definition &option, json &text)
+{
+    if (option.bounds)
+        text["range"] = bounds_to_json(option);
+    for (const option_value &value : option.values)
+        text["range"].push_back(to_json(value));
+}
+
+void add_dependency(const dependency &depends, json &text)
+{
+    json &conditions = text[depends.all ? "depend_and" : "depend_or"];
+    if (depends.texts.size() == 1)
+        conditions = depends.texts.front();
+    else
+        conditions = depends.texts;
+}
+
+} // namespace
+
+std::string option_store::describe(int number) const
+{
+    const option_definition &option = option_at(number);
+    json text{{"type", type_name(option.type)}, {"title", option.title}, {"desc", option.desc}, {"size", option.size}};
+    add_constraint(option, text);
+    text["auto"] = option.automatic;
+    text["readonly"] = option.readonly;
+    text["cat"] = option.category;
+    text["enable"] = static_cast<bool>(active_[static_cast<std::size_t>(number) - 1]);
+    if (option.fix_id)
+        text["fix-id"] = *option.fix_id;
+    if (option.depends)
+        add_dependency(*option.depends, text);
+    if (option.type != option_type::button && option.type != option_type::group) {
+        text["default"] = to_json(option.initial);
+        text["cur"] = to_json(current(number));
+    }
+    // An application may set a text that is no UTF-8; what is printed always is.
+    return '"' + option.name + "\" : " + text.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+} // namespace virtual_scanner

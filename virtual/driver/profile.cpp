@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+// Profile text in, checked description out. Whatever is wrong becomes a profile_error with file, place and reason;
+// nothing after this file has to doubt the description. Tested by driver_profile_test.
+#include "profile.h"
+
+#include "option_ids.h"
+#include "profile_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <system_error>
+
+namespace virtual_scanner {
+
+namespace {
+
+std::string field_text(const profile_node &node)
+{
+    std::string text = node.text();
+    if (text.empty() || text.size() > 255)
+        node.fail("1 to 255 bytes are expected");
+    return text;
+}
+
+device_identity read_device(const profile_node &node)
+{
+    node.expect_keys({"name", "vendor", "model", "type"});
+    device_identity device{field_text(node.at("name")), field_text(node.at("vendor")), field_text(node.at("model")),
+                           field_text(node.at("type"))};
+    if (device.name.find_first_of(" \t") != std::string::npos)
+        node.at("name").fail("a device name has no spaces");
+    return device;
+}
+
+feeder_properties read_feeder(const profile_node &node)
+{
+    node.expect_keys({"sheets", "page_time_ms"});
+    feeder_properties feeder;
+    if (node.has("sheets"))
+        feeder.sheets = node.at("sheets").integer(0, 1000);
+    if (node.has("page_time_ms"))
+        feeder.page_time_ms = node.at("page_time_ms").integer(0, 3600000);
+    return feeder;
+}
+
+paper_size read_paper(const profile_node &node)
+{
+    node.expect_keys({"width", "height", "original"});
+    const paper_size paper{node.at("width").number(), node.at("height").number(), node.boolean_or("original", false)};
+    if (!(paper.width_mm >= 10 && paper.width_mm <= 1000 && paper.height_mm >= 10 && paper.height_mm <= 1000))
+        node.fail("a sheet measures 10 to 1000 mm each way");
+    return paper;
+}
+
+information_value read_information(const std::string &name, const profile_node &node)
+{
+    node.expect_keys({"value", "writable"});
+    const auto known = std::find_if(std::begin(information_items), std::end(information_items),
+                                    [&](const information_item &item) { return item.name == name; });
+    if (known == std::end(information_items))
+        node.fail("no such information item");
+    information_value item{0LL, node.boolean_or("writable", false)};
+    const profile_node value = node.at("value");
+    if (value.value().is_string())
+        item.value = value.text();
+    else
+        item.value = static_cast<long long>(value.integer());
+    const auto *text = std::get_if<std::string>(&item.value);
+    if (text != nullptr && text->size() >= static_cast<std::size_t>(known->length))
+        value.fail("the text is too long for its item");
+    return item;
+}
+
+void check_papers(const profile &result, const profile_node &options)
+{
+    for (std::size_t i = 0; i < result.options.size(); ++i) {
+        if (result.options[i].role != option_role::paper)
+            continue;
+        for (const option_value &value : result.options[i].values)
+            if (result.papers.count(std::get<std::string>(value)) == 0)
+                options.at(i).fail("no size is given for the paper \"" + std::get<std::string>(value) + "\"");
+    }
+}
+
+profile read_profile(const profile_node &root)
+{
+    profile result;
+    root.expect_keys({"device", "feeder", "papers", "information", "options"});
+    result.device = read_device(root.at("device"));
+    if (root.has("feeder"))
+        result.feeder = read_feeder(root.at("feeder"));
+    root.at("papers").each_member(
+        [&](const std::string &name, const profile_node &node) { result.papers[name] = read_paper(node); });
+    root.at("information").each_member([&](const std::string &name, const profile_node &node) {
+        result.information[name] = read_information(name, node);
+    });
+    result.options = read_options(root.at("options"));
+    check_papers(result, root.at("options"));
+    return result;
+}
+
+struct file_closer {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
+// With stdio, which unlike a stream tells why a read failed.
+std::string read_file(const std::string &path)
+{
+    const std::unique_ptr<std::FILE, file_closer> file(std::fopen(path.c_str(), "rbe"));
+    std::string text;
+    std::array<char, 4096> piece;
+    for (std::size_t size = 1; file != nullptr && size > 0;) {
+        size = std::fread(piece.data(), 1, piece.size(), file.get());
+        text.append(piece.data(), size);
+    }
+    if (file == nullptr || std::ferror(file.get()) != 0)
+        throw profile_error(path + ": cannot be read: " + std::generic_category().message(errno));
+    return text;
+}
+
+} // namespace
+
+profile parse_profile(std::string_view text, const std::string &file)
+{
+    try {
+        const json document = json::parse(text);
+        return read_profile({document, ""});
+    } catch (const json::exception &error) {
+        throw profile_error(file + ": " + error.what());
+    } catch (const profile_error &error) {
+        throw profile_error(file + ": " + error.what());
+    }
+}
+
+profile load_profile()
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment during initialisation
+    const char *path = std::getenv("PELVIRTUAL_PROFILE");
+    if (path == nullptr || *path == '\0')
+        return parse_profile(builtin_profile, "built-in profile");
+    return parse_profile(read_file(path), path);
+}
+
+} // namespace virtual_scanner

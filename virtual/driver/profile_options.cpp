@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: MIT
+// The options of a profile: types, constraints, dependencies and meanings, each checked against the options before it,
+// so that a condition's master is always known when an application reads the options in order.
+#include "profile_reader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <set>
+#include <utility>
+
+namespace virtual_scanner {
+
+namespace {
+
+constexpr std::pair<std::string_view, option_type> type_names[] = {
+    {"bool", option_type::boolean}, {"int", option_type::integer},   {"float", option_type::real},
+    {"string", option_type::text},  {"button", option_type::button}, {"group", option_type::group},
+};
+
+struct role_name {
+    std::string_view name;
+    option_role role;
+    option_type type;
+};
+
+constexpr role_name role_names[] = {
+    {"mode", option_role::mode, option_type::text},
+    {"resolution", option_role::resolution, option_type::integer},
+    {"left", option_role::left, option_type::real},
+    {"top", option_role::top, option_type::real},
+    {"right", option_role::right, option_type::real},
+    {"bottom", option_role::bottom, option_type::real},
+    {"paper", option_role::paper, option_type::text},
+    {"sides", option_role::sides, option_type::text},
+    {"job", option_role::job, option_type::text},
+    {"page-limit", option_role::page_limit, option_type::integer},
+    {"brightness", option_role::brightness, option_type::integer},
+    {"contrast", option_role::contrast, option_type::integer},
+    {"gamma", option_role::gamma, option_type::real},
+    {"threshold", option_role::threshold, option_type::integer},
+    {"channel", option_role::channel, option_type::text},
+    {"invert", option_role::invert, option_type::boolean},
+    {"rotate-back", option_role::rotate_back, option_type::boolean},
+    {"discard-blank", option_role::discard_blank, option_type::boolean},
+    {"blank-limit", option_role::blank_limit, option_type::integer},
+    {"language", option_role::language, option_type::text},
+    {"restore", option_role::restore, option_type::button},
+};
+
+template <typename Table> const auto *find_name(const Table &table, const std::string &name)
+{
+    const auto found =
+        std::find_if(std::begin(table), std::end(table), [&](const auto &entry) { return std::get<0>(entry) == name; });
+    return found == std::end(table) ? nullptr : &*found;
+}
+
+option_type read_type(const profile_node &node)
+{
+    const auto *entry = find_name(type_names, node.text());
+    if (entry == nullptr)
+        node.fail("no such type");
+    return entry->second;
+}
+
+std::string read_name(const profile_node &node)
+{
+    std::string name = node.text();
+    const auto is_allowed = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-'; };
+    if (name.empty() || name.size() > 63 || name[0] < 'a' || name[0] > 'z' ||
+        !std::all_of(name.begin(), name.end(), is_allowed))
+        node.fail("an option's name is [a-z][a-z0-9-]*, at most 63 characters");
+    return name;
+}
+
+option_value read_value(option_type type, const profile_node &node)
+{
+    switch (type) {
+    case option_type::boolean:
+        return node.boolean();
+    case option_type::integer:
+        return node.integer();
+    case option_type::real:
+        return node.number();
+    case option_type::text:
+        return node.text();
+    case option_type::button:
+    case option_type::group:
+        break;
+    }
+    node.fail("an option of this type has no value");
+}
+
+void read_bounds(option_definition &option, const profile_node &range)
+{
+    range.expect_keys({"min", "max", "step"});
+    if (option.type != option_type::integer && option.type != option_type::real)
+        range.fail("only numbers have bounds");
+    const number_range bounds{range.at("min").number(), range.at("max").number(), range.at("step").number()};
+    if (!(bounds.min <= bounds.max) || !(bounds.step >= 0))
+        range.fail("the bounds are out of order");
+    const auto is_word = [](double value) { return std::abs(value) <= 0x7fffffff && value == std::trunc(value); };
+    if (option.type == option_type::integer && !(is_word(bounds.min) && is_word(bounds.max) && is_word(bounds.step)))
+        range.fail("the bounds of an \"int\" are 32-bit integers");
+    option.bounds = bounds;
+}
+
+void read_range(option_definition &option, const profile_node &range)
+{
+    if (range.value().is_object())
+        return read_bounds(option, range);
+    range.expect_array();
+    for (std::size_t i = 0; i < range.size(); ++i)
+        option.values.push_back(read_value(option.type, range.at(i)));
+    if (option.values.empty())
+        range.fail("an empty list allows nothing");
+}
+
+bool allows(const option_definition &option, const option_value &value)
+{
+    if (!option.values.empty())
+        return std::find(option.values.begin(), option.values.end(), value) != option.values.end();
+    if (!option.bounds)
+        return true;
+    const int *integer = std::get_if<int>(&value);
+    const double number = integer != nullptr ? *integer : std::get<double>(value);
+    return number >= option.bounds->min && number <= option.bounds->max;
+}
+
+// A text needs its terminator and some room, so that a word of another language fits in.
+int least_size(const option_definition &option)
+{
+    if (option.type != option_type::text)
+        return option.type == option_type::button || option.type == option_type::group ? 0 : 4;
+    std::size_t longest = 0;
+    for (const option_value &value : option.values)
+        longest = std::max(longest, std::get<std::string>(value).size());
+    return static_cast<int>(longest) + 4;
+}
+
+void read_value_keys(option_definition &option, const profile_node &node)
+{
+    option.size = least_size(option);
+    if (option.type == option_type::text && node.has("size"))
+        option.size = node.at("size").integer(option.size, 65536);
+    if (option.type == option_type::button || option.type == option_type::group)
+        return;
+    option.initial = read_value(option.type, node.at("default"));
+    if (!allows(option, option.initial))
+        node.at("default").fail("the default is not an allowed value");
+}
+
+void read_role(option_definition &option, const profile_node &node)
+{
+    const auto found = std::find_if(std::begin(role_names), std::end(role_names),
+                                    [&](const role_name &entry) { return entry.name == node.text(); });
+    if (found == std::end(role_names))
+        node.fail("no such meaning");
+    if (found->type != option.type)
+        node.fail("an option of this type cannot mean that");
+    option.role = found->role;
+}
+
+void read_meanings(option_definition &option, const profile_node &node)
+{
+    node.each_member([&](const std::string &word, const profile_node &meaning) {
+        if (!allows(option, option_value(word)))
+            meaning.fail("not an allowed value of the option");
+        option.meanings[word] = meaning.text();
+    });
+}
+
+void read_dependency(option_definition &option, const profile_node &list, bool all)
+{
+    dependency depends;
+    depends.all = all;
+    const bool single = list.value().is_string();
+    if (!single)
+        list.expect_array();
+    for (std::size_t i = 0; i < (single ? 1 : list.size()); ++i) {
+        const profile_node node = single ? list : list.at(i);
+        auto condition = parse_condition(node.text());
+        if (!condition)
+            node.fail("a malformed condition");
+        if (condition->master.empty() && depends.conditions.empty())
+            node.fail("the first condition names no option");
+        if (condition->master.empty())
+            condition->master = depends.conditions.back().master;
+        depends.texts.push_back(node.text());
+        depends.conditions.push_back(std::move(*condition));
+    }
+    option.depends = std::move(depends);
+}
+
+option_definition read_option(const profile_node &node)
+{
+    node.expect_keys({"name", "type", "title", "desc", "size", "range", "auto", "readonly", "cat", "fix-id", "default",
+                      "depend_or", "depend_and", "image", "means", "meanings", "sets"});
+    option_definition option;
+    option.name = read_name(node.at("name"));
+    option.type = read_type(node.at("type"));
+    option.title = node.at("title").integer(0);
+    option.desc = node.at("desc").integer(0);
+    option.category = node.has("cat") ? node.at("cat").text() : "base";
+    option.automatic = node.boolean_or("auto", true);
+    option.readonly = node.boolean_or("readonly", false);
+    option.affects_image = node.boolean_or("image", false);
+    if (node.has("fix-id"))
+        option.fix_id = node.at("fix-id").integer(0x8801, 0xFFFF);
+    if (node.has("range"))
+        read_range(option, node.at("range"));
+    read_value_keys(option, node);
+    if (node.has("means"))
+        read_role(option, node.at("means"));
+    if (node.has("meanings"))
+        read_meanings(option, node.at("meanings"));
+    if (node.has("depend_or") && node.has("depend_and"))
+        node.fail("\"depend_or\" and \"depend_and\" exclude each other");
+    if (node.has("depend_or"))
+        read_dependency(option, node.at("depend_or"), false);
+    if (node.has("depend_and"))
+        read_dependency(option, node.at("depend_and"), true);
+    return option;
+}
+
+const option_definition *find_option(const std::vector<option_definition> &options, const std::string &name)
+{
+    const auto found =
+        std::find_if(options.begin(), options.end(), [&](const option_definition &o) { return o.name == name; });
+    return found == options.end() ? nullptr : &*found;
+}
+
+// Words are compared in the user's language, which an application can translate only when it knows the master already.
+void check_masters(const std::vector<option_definition> &options, std::size_t index, const profile_node &node)
+{
+    if (!options[index].depends)
+        return;
+    for (const condition &condition : options[index].depends->conditions) {
+        const option_definition *master = find_option(options, condition.master);
+        if (master == nullptr)
+            node.fail("a condition names \"" + condition.master + "\", which is no option");
+        if (master->type == option_type::text && master >= &options[index])
+            node.fail("\"" + condition.master + "\" has to stand before what depends on it");
+    }
+}
+
+void read_sets(std::vector<option_definition> &options, std::size_t index, const profile_node &sets)
+{
+    sets.each_member([&](const std::string &value, const profile_node &list) {
+        assignments &settings = options[index].sets[value];
+        list.each_member([&](const std::string &name, const profile_node &node) {
+            const option_definition *target = find_option(options, name);
+            if (target == nullptr || target == &options[index])
+                node.fail("no other option has this name");
+            settings.emplace_back(name, read_value(target->type, node));
+            if (!allows(*target, settings.back().second))
+                node.fail("not an allowed value of that option");
+        });
+    });
+}
+
+// What is set along with a value is set as it is, so it may not draw in further settings.
+void check_sets(const std::vector<option_definition> &options, const profile_node &list)
+{
+    for (std::size_t i = 0; i < options.size(); ++i)
+        for (const auto &[value, settings] : options[i].sets)
+            for (const auto &[name, setting] : settings)
+                if (!find_option(options, name)->sets.empty())
+                    list.at(i).fail("\"" + name + "\" sets further options itself");
+}
+
+// An option's name and what it means are its own.
+void check_unique(const std::vector<option_definition> &options, const profile_node &list)
+{
+    std::set<std::string> names;
+    std::set<option_role> roles;
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        if (!names.insert(options[i].name).second)
+            list.at(i).fail("the name \"" + options[i].name + "\" is taken");
+        if (options[i].role != option_role::none && !roles.insert(options[i].role).second)
+            list.at(i).fail("another option means the same");
+    }
+}
+
+} // namespace
+
+std::vector<option_definition> read_options(const profile_node &list)
+{
+    list.expect_array();
+    std::vector<option_definition> options;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        options.push_back(read_option(list.at(i)));
+    check_unique(options, list);
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        check_masters(options, i, list.at(i));
+        if (list.at(i).has("sets"))
+            read_sets(options, i, list.at(i).at("sets"));
+    }
+    check_sets(options, list);
+    return options;
+}
+
+} // namespace virtual_scanner

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Typed access to a profile's JSON that knows where it is, so that every complaint names the place.
+#ifndef PELSANE_VIRTUAL_PROFILE_READER_H
+#define PELSANE_VIRTUAL_PROFILE_READER_H
+
+#include "profile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <initializer_list>
+#include <limits>
+#include <string>
+
+namespace virtual_scanner {
+
+using json = nlohmann::ordered_json;
+
+// A JSON value and the place where it stands. Borrows the value.
+class profile_node {
+public:
+    profile_node(const json &value, std::string place) : value_(value), place_(std::move(place)) {}
+
+    [[noreturn]] void fail(const std::string &reason) const;
+
+    bool has(const char *key) const { return value_.contains(key); }
+    profile_node at(const char *key) const;
+    profile_node at(std::size_t index) const;
+    std::size_t size() const { return value_.size(); }
+    const json &value() const { return value_; }
+
+    // Complains about a member that the format does not have: a misspelt key would silently do nothing.
+    void expect_keys(std::initializer_list<const char *> known) const;
+    void expect_array() const;
+
+    std::string text() const;
+    bool boolean() const;
+    int integer(int min = std::numeric_limits<int>::min(), int max = std::numeric_limits<int>::max()) const;
+    double number() const;
+
+    bool boolean_or(const char *key, bool otherwise) const { return has(key) ? at(key).boolean() : otherwise; }
+
+    // Calls visit(key, node) for each member of an object.
+    template <typename Visit> void each_member(Visit visit) const
+    {
+        if (!value_.is_object())
+            fail("an object is expected");
+        for (const auto &item : value_.items())
+            visit(item.key(), profile_node(item.value(), place_ + "/" + item.key()));
+    }
+
+private:
+    const json &value_;
+    std::string place_;
+};
+
+std::vector<option_definition> read_options(const profile_node &list);
+
+} // namespace virtual_scanner
+
+#endif

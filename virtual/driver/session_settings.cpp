@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// The settings of an opened device: option keys resolved, option texts and information items delivered, values and
+// notices taken over. Tested by driver_options_test and driver_information_test.
+#include "control_codes.h"
+#include "delivery.h"
+#include "kx_scanner.h"
+#include "option_key.h"
+#include "session.h"
+
+#include <cstring>
+
+namespace virtual_scanner {
+
+int session::get_parameter(const void *option, void *data, long *length, int *id) const
+{
+    const option_key key = resolve(option, options_);
+    if (id != nullptr && (key.is_number || key.number != 0))
+        *id = key.number;
+    if (length == nullptr)
+        return SCANNER_ERR_INVALID_PARAMETER;
+    if (key.is_count && data == nullptr) {
+        *length = options_.count();
+        return SCANNER_ERR_OK;
+    }
+    if (key.is_option)
+        return deliver_text(options_.describe(key.number), data, length);
+    const std::string value = key.item != nullptr ? information_.value(*key.item) : std::string();
+    return value.empty() ? SCANNER_ERR_INVALID_PARAMETER : deliver(value, data, length);
+}
+
+int session::set_parameter(const void *option, void *data, const long *length)
+{
+    const option_key key = resolve(option, options_);
+    if (key.item != nullptr)
+        return information_.set(*key.item, data, length);
+    if (!key.is_option)
+        return SCANNER_ERR_INVALID_PARAMETER;
+    const int answer = options_.set(key.number, data, length);
+    const bool changed_image = answer == SCANNER_ERR_RELOAD_IMAGE_PARAM || answer == SCANNER_ERR_RELOAD_OPT_PARAM;
+    // The parameters asked for between two pages are those of the next one.
+    if (changed_image && page_ && delivered_ == page_->data.size())
+        page_.reset();
+    return answer;
+}
+
+int session::control(unsigned long code, const void *data)
+{
+    if (code == control_restore_defaults) {
+        options_.restore_defaults();
+        return SCANNER_ERR_CONFIGURATION_CHANGED;
+    }
+    if (code != KX_CONTROL_OPTION_ENABLED)
+        return SCANNER_ERR_DEVICE_NOT_SUPPORT;
+    if (data == nullptr)
+        return SCANNER_ERR_INVALID_PARAMETER;
+    const auto *notice = static_cast<const _opt_enabled *>(data);
+    const std::string name(notice->name, ::strnlen(notice->name, sizeof notice->name));
+    return options_.set_active(name, notice->enabled != 0) ? SCANNER_ERR_OK : SCANNER_ERR_INVALID_PARAMETER;
+}
+
+} // namespace virtual_scanner

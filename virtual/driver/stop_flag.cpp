@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// A stop request is two atomic stores and a futex call: what a signal handler may do. The waiter reads the bell before
+// it looks at the flag, so that a request between the look and the wait does not go unheard.
+// Tested by driver_cancel_test.
+#include "stop_flag.h"
+
+#include <cerrno>
+#include <ctime>
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace virtual_scanner {
+
+void stop_flag::request(std::uintptr_t handle) noexcept
+{
+    const int saved = errno;
+    requested_for_ = handle;
+    ++bell_;
+    syscall(SYS_futex, &bell_, FUTEX_WAKE_PRIVATE, INT32_MAX, nullptr, nullptr, 0);
+    errno = saved;
+}
+
+void stop_flag::wait(std::uintptr_t handle, std::chrono::milliseconds time) noexcept
+{
+    using clock = std::chrono::steady_clock;
+    const auto end = clock::now() + time;
+    for (auto rest = end - clock::now(); rest.count() > 0; rest = end - clock::now()) {
+        const std::uint32_t heard = bell_;
+        if (is_requested(handle))
+            return;
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(rest);
+        timespec limit{};
+        limit.tv_sec = seconds.count();
+        limit.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(rest - seconds).count();
+        syscall(SYS_futex, &bell_, FUTEX_WAIT_PRIVATE, heard, &limit, nullptr, 0);
+    }
+}
+
+} // namespace virtual_scanner
