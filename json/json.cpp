@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: MIT
+// The only place that knows cJSON. A document is one tree, owned; everything else borrows from it. An item's type is
+// compared as a whole with cJSON's constants, whose numbers differ between releases. Texts and buffers inside a tree
+// come from cJSON's allocator, because cJSON releases them with the tree.
+// Tested by tests/json/json_test.cpp.
+#include "json.h"
+
+#include "number_text.h"
+
+#include <cjson/cJSON.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+struct cjson_deleter {
+    void operator()(void *block) const { cJSON_free(block); }
+};
+using cjson_text = std::unique_ptr<char, cjson_deleter>;
+
+bool is(const cJSON *item, int type)
+{
+    return item != nullptr && item->type == type;
+}
+
+std::string text_of(const cJSON *item)
+{
+    return item->valuestring != nullptr ? item->valuestring : "";
+}
+
+bool read(const cJSON *item, bool &v)
+{
+    if (!is(item, cJSON_True) && !is(item, cJSON_False))
+        return false;
+    v = is(item, cJSON_True);
+    return true;
+}
+
+bool read(const cJSON *item, int &v)
+{
+    if (!is(item, cJSON_Number))
+        return false;
+    v = item->valueint;
+    return true;
+}
+
+bool read(const cJSON *item, double &v)
+{
+    if (!is(item, cJSON_Number))
+        return false;
+    v = item->valuedouble;
+    return true;
+}
+
+bool read(const cJSON *item, std::string &v)
+{
+    if (!is(item, cJSON_String))
+        return false;
+    v = text_of(item);
+    return true;
+}
+
+// Gives the item a new scalar type; a text that it held is released.
+void change_type(cJSON &item, int type)
+{
+    if (item.type == cJSON_String)
+        cjson_text(std::exchange(item.valuestring, nullptr));
+    item.type = type;
+}
+
+std::string element_text(const cJSON *element)
+{
+    if (is(element, cJSON_Number))
+        return std::to_string(element->valueint);
+    if (is(element, cJSON_String))
+        return text_of(element);
+    std::string printed = json::to_string(element);
+    if (printed.empty())
+        throw std::logic_error("an element of a JSON array cannot be printed");
+    return printed;
+}
+
+} // namespace
+
+void json::tree_deleter::operator()(cJSON *tree) const
+{
+    cJSON_Delete(tree);
+}
+
+json::json(const char *text)
+{
+    attach_text(text);
+}
+
+bool json::attach_text(const char *text)
+{
+    clear();
+    if (text != nullptr)
+        obj_.reset(cJSON_Parse(text));
+    return obj_ != nullptr;
+}
+
+bool json::attach_cjson(const cJSON *item)
+{
+    const std::string printed = to_string(item); // before the document goes, of which the item may be a part
+    clear();
+    if (!printed.empty())
+        obj_.reset(cJSON_Parse(printed.c_str()));
+    return obj_ != nullptr;
+}
+
+void json::clear()
+{
+    obj_.reset();
+    cur_child_ = nullptr; // it pointed into the tree
+}
+
+cJSON *json::find(const char *path) const
+{
+    cJSON *item = obj_.get();
+    std::string_view rest = path != nullptr ? path : "";
+    while (item != nullptr && !rest.empty()) {
+        const auto end = std::min(rest.find('/'), rest.size());
+        if (end > 0)
+            item = find_child(item, std::string(rest.substr(0, end)).c_str());
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return item;
+}
+
+cJSON *json::find_child(const cJSON *parent, const char *key)
+{
+    if (parent == nullptr)
+        return nullptr;
+    cJSON *child = parent->child;
+    while (child != nullptr && (child->string == nullptr || std::strcmp(child->string, key) != 0))
+        child = child->next;
+    return child;
+}
+
+bool json::get_value(const char *path, bool &v) const
+{
+    return read(find(path), v);
+}
+
+bool json::get_value(const char *path, int &v) const
+{
+    return read(find(path), v);
+}
+
+bool json::get_value(const char *path, double &v) const
+{
+    return read(find(path), v);
+}
+
+bool json::get_value(const char *path, std::string &v) const
+{
+    return read(find(path), v);
+}
+
+bool json::get_value(const char *path, json *&v) const
+{
+    auto document = get_document(path);
+    if (document == nullptr)
+        return false;
+    v = document.release();
+    return true;
+}
+
+std::unique_ptr<json> json::get_document(const char *path) const
+{
+    auto document = std::make_unique<json>();
+    if (!document->attach_cjson(find(path)))
+        return nullptr;
+    return document;
+}
+
+bool json::get_value_as_string(const char *path, std::string &v, bool integer) const
+{
+    const cJSON *item = find(path);
+    if (item == nullptr)
+        return false;
+    v = get_value_as_string(item, integer);
+    return true;
+}
+
+std::string json::get_value_as_string(const cJSON *item, bool integer)
+{
+    if (is(item, cJSON_False))
+        return "false";
+    if (is(item, cJSON_True))
+        return "true";
+    if (is(item, cJSON_NULL))
+        return "null";
+    if (is(item, cJSON_Number))
+        return integer ? std::to_string(item->valueint) : number_to_text(item->valuedouble);
+    if (is(item, cJSON_String))
+        return text_of(item);
+    return to_string(item);
+}
+
+std::string json::to_string() const
+{
+    return to_string(obj_.get());
+}
+
+std::string json::to_string(const cJSON *item)
+{
+    if (item == nullptr)
+        return {};
+    const cjson_text printed(cJSON_Print(item));
+    return printed != nullptr ? printed.get() : "";
+}
+
+std::string json::key() const
+{
+    return obj_ != nullptr && obj_->string != nullptr ? obj_->string : "";
+}
+
+bool json::first_child(std::string &v)
+{
+    cur_child_ = obj_ != nullptr ? obj_->child : nullptr;
+    return current_child_text(v);
+}
+
+bool json::next_child(std::string &v)
+{
+    if (cur_child_ != nullptr)
+        cur_child_ = cur_child_->next;
+    return current_child_text(v);
+}
+
+bool json::current_child_text(std::string &v) const
+{
+    v = cur_child_ != nullptr ? get_value_as_string(cur_child_, false) : "";
+    return cur_child_ != nullptr;
+}
+
+bool json::set_value(const char *path, bool v)
+{
+    cJSON *item = find(path);
+    if (item == nullptr)
+        return false;
+    change_type(*item, v ? cJSON_True : cJSON_False);
+    return true;
+}
+
+bool json::set_value(const char *path, int v)
+{
+    cJSON *item = find(path);
+    if (item == nullptr)
+        return false;
+    change_type(*item, cJSON_Number);
+    item->valueint = v;
+    item->valuedouble = v;
+    return true;
+}
+
+bool json::set_value(const char *path, double v)
+{
+    cJSON *item = find(path);
+    if (item == nullptr)
+        return false;
+    change_type(*item, cJSON_Number);
+    item->valuedouble = v;
+    return true;
+}
+
+bool json::set_value(const char *path, const std::string &v)
+{
+    cJSON *item = find(path);
+    if (item == nullptr)
+        return false;
+    constexpr std::size_t spare = 4; // terminator and room that a driver may use
+    cjson_text text(static_cast<char *>(cJSON_malloc(v.size() + spare)));
+    if (text == nullptr)
+        throw std::bad_alloc();
+    std::memset(text.get(), 0, v.size() + spare);
+    v.copy(text.get(), v.size());
+    change_type(*item, cJSON_String);
+    item->valuestring = text.release();
+    return true;
+}
+
+bool json::value(bool &v) const
+{
+    return read(obj_.get(), v);
+}
+
+bool json::value(int &v) const
+{
+    return read(obj_.get(), v);
+}
+
+bool json::value(double &v) const
+{
+    return read(obj_.get(), v);
+}
+
+bool json::value(std::string &v) const
+{
+    return read(obj_.get(), v);
+}
+
+bool json::get_as_array(const char *path, std::vector<std::string> &out) const
+{
+    out.clear();
+    const cJSON *array = find(path);
+    if (!is(array, cJSON_Array))
+        return false;
+    for (const cJSON *element = array->child; element != nullptr; element = element->next)
+        out.push_back(element_text(element));
+    return true;
+}

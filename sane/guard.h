@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// The one place where exceptions end: whatever calls into the backend is C.
+#ifndef PELSANE_GUARD_H
+#define PELSANE_GUARD_H
+
+#include <cxxabi.h>
+#include <new>
+
+// What `work` answers; `no_memory` when memory ran out, `failed` after any other exception. A thread that its host
+// cancels inside goes on unwinding.
+template <typename Result, typename Work> Result guarded(Result no_memory, Result failed, Work work)
+{
+    try {
+        return work();
+    } catch (const std::bad_alloc &) {
+        return no_memory;
+    } catch (const abi::__forced_unwind &) {
+        throw;
+    } catch (...) {
+        return failed;
+    }
+}
+
+#endif

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// The record of an opened device, and the ownership of descriptors.
+#ifndef PELSANE_OPENED_DEVICES_H
+#define PELSANE_OPENED_DEVICES_H
+
+#include "depend_expression.h"
+#include "option_ids.h"
+#include "std_opts.h"
+
+#include <sane/sane.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// One registered option. The descriptor keeps its address while the device is open.
+struct _device_option {
+    int option_no_ = 0;
+    int fix_id_ = 0; // well-known identifier, 0 for none
+    std::string name_;
+    descriptor_ptr desc_;
+};
+
+struct _dev_inst {
+    void *dev_ = nullptr; // the driver's handle
+    std::string name_;
+    std::unique_ptr<sane_std_opts> std_opts_; // none when a frontend callback was registered at open
+    std::vector<_device_option> opts_;        // in the order of registration
+    std::vector<_cur_val> cur_vals_;
+    std::vector<_slave_option> slaves_;
+    std::vector<std::string> masters_; // sorted, without duplicates
+    std::map<sane_option_id, int> fixed_id_;
+
+    // Options of before the last reload that were not described again (so far). The application may still hold their
+    // descriptors; an option that comes back under its old name gets its old descriptor's memory.
+    std::vector<_device_option> retired_;
+};
+
+#endif

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+// The table of an opened device: an option is fetched and registered when it is first asked for, and a reload fetches
+// them all anew. The invariant is that a descriptor keeps its address until the device is closed: a reload puts the old
+// records aside, and whatever is registered afterwards under an old name takes the old descriptor's memory, with the
+// new content. Look-ups are linear, the first match counts. Tested by tests/sane/option_table_test.cpp.
+#include "commonlog.h"
+#include "fetch_buffer.h"
+#include "option_key.h"
+#include "sane_kx_mdw.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace {
+
+bool matches(const _device_option &candidate, const void *option)
+{
+    if (option_key::is_name(option))
+        return candidate.name_ == option_key::name_of(option);
+    const int number = option_key::number_of(option);
+    return (number >= SANE_OPTION_ID_BASE ? candidate.fix_id_ : candidate.option_no_) == number;
+}
+
+// The identifier that the driver gives in the description, or that the name has; 0 for none.
+int well_known_id(const std::string &name, const json &description)
+{
+    int id = 0;
+    if (description.get_value("fix-id", id))
+        return id;
+    const auto known = std::find_if(std::begin(well_known_options), std::end(well_known_options),
+                                    [&name](const well_known_option &candidate) { return candidate.name == name; });
+    return known != std::end(well_known_options) ? known->id : 0;
+}
+
+// Puts a new record's content into the descriptor of an option of the same name that was put aside, if there is one.
+void take_earlier_memory(_dev_inst &dev, _device_option &record) noexcept
+{
+    const auto earlier = std::find_if(dev.retired_.begin(), dev.retired_.end(),
+                                      [&](const _device_option &candidate) { return candidate.name_ == record.name_; });
+    if (earlier == dev.retired_.end())
+        return;
+    std::swap(*earlier->desc_, *record.desc_);
+    record.desc_.swap(earlier->desc_);
+    dev.retired_.erase(earlier); // with the old content
+}
+
+} // namespace
+
+SANE_Option_Descriptor *kx_sane_middleware::find_stored_descriptor(void *scanner, const void *option, int *option_no,
+                                                                   int *fix_id)
+{
+    const auto dev = find_openning_device_in_que(scanner);
+    if (dev == openning_dev_.end() || option_key::is_negative(option))
+        return nullptr;
+    const auto &opts = (*dev)->opts_;
+    const auto found = std::find_if(opts.begin(), opts.end(),
+                                    [option](const _device_option &candidate) { return matches(candidate, option); });
+    if (found == opts.end())
+        return nullptr;
+    if (option_no != nullptr)
+        *option_no = found->option_no_;
+    if (fix_id != nullptr)
+        *fix_id = found->fix_id_;
+    return found->desc_.get();
+}
+
+SANE_Option_Descriptor *kx_sane_middleware::option_count_descriptor()
+{
+    if (mem_ == nullptr) {
+        mem_ = static_cast<SANE_Option_Descriptor *>(
+            local_utility::acquire_memory(sizeof(SANE_Option_Descriptor), "SANE_Option_Descriptor"));
+        if (mem_ == nullptr)
+            return nullptr;
+        mem_->name = "option-count";
+        mem_->title = "";
+        mem_->desc = "Number of options";
+        mem_->type = SANE_TYPE_INT;
+        mem_->unit = SANE_UNIT_NONE;
+        mem_->size = sizeof(SANE_Word);
+        mem_->cap = SANE_CAP_SOFT_DETECT;
+        mem_->constraint_type = SANE_CONSTRAINT_NONE;
+    }
+    DebugLog(g_hLog, "get_option_descriptor(0)");
+    return mem_;
+}
+
+SANE_Option_Descriptor *kx_sane_middleware::get_option_descriptor(void *sane_handle, const void *option, char **buf,
+                                                                  long *size)
+{
+    void *const scanner = sane_handle_to_scanner(sane_handle);
+    const auto found = find_openning_device_in_que(scanner);
+    if (scanner == nullptr || found == openning_dev_.end() || option_key::is_negative(option))
+        return nullptr;
+    _dev_inst &dev = **found;
+    if (option == nullptr)
+        return option_count_descriptor();
+    int option_no = -1;
+    if (auto *stored = find_stored_descriptor(scanner, option, &option_no, nullptr))
+        return stored;
+
+    std::string name;
+    json description(get_option_json(scanner, option, &name, &option_no, buf, size).c_str());
+    auto desc = from_json(scanner, name, &description);
+    if (desc == nullptr)
+        return dev.std_opts_ != nullptr ? dev.std_opts_->get_option(option_no) : nullptr;
+    return register_option(dev, option_no, name, description, std::move(desc));
+}
+
+SANE_Option_Descriptor *kx_sane_middleware::register_option(_dev_inst &dev, int option_no, const std::string &name,
+                                                            json &description, descriptor_ptr desc)
+{
+    const int fix_id = well_known_id(name, description);
+    if (fix_id != 0)
+        dev.fixed_id_[static_cast<sane_option_id>(fix_id)] = option_no;
+    _device_option &record = dev.opts_.emplace_back(_device_option{option_no, fix_id, name, std::move(desc)});
+    take_earlier_memory(dev, record);
+    SANE_Option_Descriptor *const kept = record.desc_.get();
+    if (dev.std_opts_ != nullptr)
+        dev.std_opts_->init_known_opt(option_no, kept);
+    refresh_current_value(&dev, kept->name, &description);
+    return kept;
+}
+
+void kx_sane_middleware::reload_options(void *scanner)
+{
+    for (const auto &dev : openning_dev_)
+        if (scanner == nullptr || dev->dev_ == scanner)
+            reload_device(*dev);
+}
+
+void kx_sane_middleware::reload_device(_dev_inst &dev)
+{
+    // in front of what an earlier reload left, so that of several options of one name each finds its own memory first
+    dev.retired_.insert(dev.retired_.begin(), std::make_move_iterator(dev.opts_.begin()),
+                        std::make_move_iterator(dev.opts_.end()));
+    free_device_inst(&dev, false);
+
+    const int count = described_options(dev.dev_);
+    void *const sane_handle = scanner_handle_to_sane(dev.dev_);
+    fetch_buffer buffer;
+    for (int number = 1; number < count; ++number)
+        get_option_descriptor(sane_handle, option_key::from_number(number), &buffer.text, &buffer.size);
+
+    for (std::size_t i = 0; i < dev.slaves_.size(); ++i) {
+        // a look-up may register an option and grow the list
+        const std::string name = dev.slaves_[i].name;
+        auto *const desc = get_option_descriptor(sane_handle, name.c_str(), nullptr, nullptr);
+        set_status_by_depends(dev.dev_, dev.slaves_[i], dev.cur_vals_, desc);
+    }
+}
+
+void kx_sane_middleware::set_status_by_depends(void *scanner, _slave_option &slave, std::vector<_cur_val> &cur_vals,
+                                               SANE_Option_Descriptor *desc)
+{
+    if (slave.master.empty())
+        return;
+    slave.enable_now = slave.is_enable(scanner, slave.master, cur_vals);
+    if (desc != nullptr)
+        set_active(*desc, slave.enable_now);
+}

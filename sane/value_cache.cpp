@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// The cached current value of every option of a device, as text: what conditions of other options are tested against.
+// Entries are made when an option is first described and stay until the device's options are reloaded.
+// Tested by tests/sane/depend_propagation_test.cpp.
+#include "value_cache.h"
+
+#include "fetch_buffer.h"
+#include "option_key.h"
+#include "sane_kx_mdw.h"
+
+#include <algorithm>
+#include <utility>
+
+_cur_val *find_cached_value(std::vector<_cur_val> &cur_vals, const std::string &name)
+{
+    const auto found =
+        std::find_if(cur_vals.begin(), cur_vals.end(), [&name](const _cur_val &cur) { return cur.name == name; });
+    return found != cur_vals.end() ? &*found : nullptr;
+}
+
+namespace {
+
+// An option without a current value keeps the text that it had.
+std::string current_text(const json &option_json, const std::string &type, std::string text)
+{
+    option_json.get_value_as_string("cur", text, type == "int");
+    if (type == "string")
+        local_utility::trans_language_if_was_word_id(text);
+    return text;
+}
+
+} // namespace
+
+bool kx_sane_middleware::refresh_current_value(_dev_inst *dev, const char *name, json *option_json)
+{
+    if (_cur_val *cached = find_cached_value(dev->cur_vals_, name)) {
+        const std::string earlier = cached->val;
+        cached->val = current_text(*option_json, cached->type, earlier);
+        return cached->val != earlier;
+    }
+    _cur_val fresh{name, {}, {}};
+    option_json->get_value("type", fresh.type);
+    fresh.val = current_text(*option_json, fresh.type, {});
+    dev->cur_vals_.push_back(std::move(fresh));
+    return false;
+}
+
+bool kx_sane_middleware::refresh_current_value(_dev_inst *dev, const char *name, const char *value)
+{
+    _cur_val *cached = find_cached_value(dev->cur_vals_, name);
+    return cached != nullptr && std::exchange(cached->val, value) == value;
+}
+
+void kx_sane_middleware::reload_current_value(void *scanner, std::vector<std::string> *changed)
+{
+    if (changed != nullptr)
+        changed->clear();
+    const auto dev = find_openning_device_in_que(scanner);
+    if (dev == openning_dev_.end())
+        return;
+    fetch_buffer buffer;
+    const int count = described_options(scanner);
+    for (int number = 1; number < count; ++number) {
+        std::string name;
+        std::string type;
+        json option_json(
+            get_option_json(scanner, option_key::from_number(number), &name, nullptr, &buffer.text, &buffer.size)
+                .c_str());
+        if (option_json.get_value("type", type) && refresh_current_value(dev->get(), name.c_str(), &option_json) &&
+            changed != nullptr)
+            changed->push_back(name);
+    }
+}
