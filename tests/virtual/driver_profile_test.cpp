@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+// Profiles: another device in a file, and files with mistakes, each of which is named with its place.
+#include "driver_fixture.h"
+
+namespace driver_test {
+
+class driver_profile : public ::testing::Test {
+protected:
+    // A profile around the options given.
+    static std::string with_options(const std::string &options)
+    {
+        return R"({"device": {"name": "test:one", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
+                   "papers": {"A4": {"width": 210, "height": 297}}, "information": {}, "options": [)" +
+               options + "]}";
+    }
+
+    // What the driver logs about a profile that it cannot use, without the file's name.
+    std::string complaint_about(const std::string &text) const
+    {
+        const std::string path = write_file(folder_.file("profile.json"), text);
+        const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+        return complaint(path);
+    }
+
+    static std::string complaint(const std::string &path)
+    {
+        const captured_log log;
+        void *handle = nullptr;
+        int count = 1;
+        _device record{};
+        EXPECT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+        EXPECT_EQ(256, kx_scanner_enum(&record, &count, 1));
+        EXPECT_EQ(256, kx_scanner_open(&handle, "", 0, nullptr, nullptr, nullptr, nullptr));
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+        const std::string start = "The scanner's profile cannot be used: " + path + ": ";
+        const std::string all = log.text();
+        const auto found = all.find(start);
+        EXPECT_NE(std::string::npos, found) << all;
+        return found == std::string::npos
+                   ? ""
+                   : all.substr(found + start.size(), all.find('\n', found) - found - start.size());
+    }
+
+    temporary_folder folder_;
+};
+
+TEST_F(driver_profile, may_describe_another_device)
+{
+    const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
+        {"name": "speed", "type": "int", "title": 1, "desc": 2, "range": [1, 2], "default": 2, "fix-id": 35000},
+        {"name": "left-out", "type": "bool", "title": 1, "desc": 2, "default": true, "depend_or": "speed==1"})"));
+    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    _device record{};
+    int count = 1;
+    EXPECT_EQ(0, kx_scanner_enum(&record, &count, 0));
+    EXPECT_STREQ("test:one", record.name);
+    {
+        scanner device;
+        EXPECT_EQ(3, device.count());
+        EXPECT_EQ("\"speed\" : {\"type\":\"int\",\"title\":1,\"desc\":2,\"size\":4,\"range\":[1,2],\"auto\":true,"
+                  "\"readonly\":false,\"cat\":\"base\",\"enable\":true,\"fix-id\":35000,\"default\":2,\"cur\":2}",
+                  device.text(key(35000)));
+        EXPECT_FALSE(device.is_enabled("left-out"));
+        EXPECT_EQ(1654, device.parameters().pixels_per_line); // A4 in colour at 200 dpi without any option for it
+        EXPECT_EQ(3U, device.scan_all().size());
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
+{
+    const std::string missing = folder_.file("missing.json");
+    const environment_variable profile("PELVIRTUAL_PROFILE", missing.c_str());
+    EXPECT_EQ("cannot be read: No such file or directory", complaint(missing));
+}
+
+TEST_F(driver_profile, that_is_a_folder_is_named_with_the_reason)
+{
+    const std::string folder = folder_.file("");
+    const environment_variable profile("PELVIRTUAL_PROFILE", folder.c_str());
+    EXPECT_EQ("cannot be read: Is a directory", complaint(folder));
+}
+
+TEST_F(driver_profile, that_is_no_json_is_named_with_line_and_column)
+{
+    EXPECT_NE(std::string::npos, complaint_about("{\n  \"device\": nonsense\n}").find("line 2, column 14"));
+    EXPECT_NE(std::string::npos, complaint_about("").find("line 1, column 1"));
+}
+
+TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)
+{
+    const std::string flag = R"({"name": "a", "type": "bool", "title": 1, "desc": 2, "default": true})";
+    const struct {
+        std::string text;
+        const char *complaint;
+    } cases[] = {
+        {"[]", ": an object is expected"},
+        {"{}", ": \"device\" is missing"},
+        {R"({"device": {"name": 1}})", "/device/name: a text is expected"},
+        {R"({"device": {"name": "a b", "vendor": "v", "model": "m", "type": "t"}})",
+         "/device/name: a device name has no spaces"},
+        {R"({"devices": {}})", "/devices: unknown key"},
+        {with_options("3"), "/options/0: an object is expected"},
+        {with_options(R"({"name": "A"})"),
+         "/options/0/name: an option's name is [a-z][a-z0-9-]*, at most 63 characters"},
+        {with_options(R"({"name": "a", "type": "word"})"), "/options/0/type: no such type"},
+        {with_options(flag + "," + flag), "/options/1: the name \"a\" is taken"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "range": [1, 2], "default": 3})"),
+         "/options/0/default: the default is not an allowed value"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2,
+                          "range": {"min": 2, "max": 1, "step": 1}, "default": 1})"),
+         "/options/0/range: the bounds are out of order"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1.5})"), "/options/0/title: an integer is expected"},
+        {with_options(R"({"name": "a", "type": "string", "title": 1, "desc": 2, "range": ["abcde"], "size": 8,
+                          "default": "abcde"})"),
+         "/options/0/size: the number is out of bounds"},
+        {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                                 "depend_or": ["a==true", "a=true"]})"),
+         "/options/1/depend_or/1: a malformed condition"},
+        {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                                 "depend_and": ["==true"]})"),
+         "/options/1/depend_and/0: the first condition names no option"},
+        {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                          "depend_or": ["c==true"]})"),
+         "/options/0: a condition names \"c\", which is no option"},
+        {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true, "depend_or": "c==x"},
+                         {"name": "c", "type": "string", "title": 1, "desc": 2, "range": ["x"], "default": "x"})"),
+         "/options/0: \"c\" has to stand before what depends on it"},
+        {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true, "means": "mode"})"),
+         "/options/0/means: an option of this type cannot mean that"},
+        {with_options(R"({"name": "p", "type": "string", "title": 1, "desc": 2, "range": ["A4", "A9"],
+                          "default": "A4", "means": "paper"})"),
+         "/options/0: no size is given for the paper \"A9\""},
+        {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                                 "sets": {"true": {"a": 5}}})"),
+         "/options/1/sets/true/a: true or false is expected"},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(each.complaint, complaint_about(each.text)) << each.text;
+}
+
+TEST_F(driver_profile, with_two_options_that_set_each_other_is_refused)
+{
+    EXPECT_EQ("/options/0: \"b\" sets further options itself", complaint_about(with_options(R"(
+        {"name": "a", "type": "bool", "title": 1, "desc": 2, "default": true, "sets": {"true": {"b": true}}},
+        {"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true, "sets": {"true": {"a": true}}})")));
+}
+
+TEST_F(driver_profile, with_options_that_switch_each_other_off_in_a_circle_still_loads)
+{
+    const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
+        {"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1, "depend_and": "b==2"},
+        {"name": "b", "type": "int", "title": 1, "desc": 2, "default": 1, "depend_and": "a==2"})"));
+    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    {
+        scanner device;
+        EXPECT_FALSE(device.is_enabled("a"));
+        EXPECT_FALSE(device.is_enabled("b"));
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+} // namespace driver_test
