@@ -28,6 +28,8 @@ struct log_manager {
     }
 };
 
+constexpr char banner_rule[] = "=========================================================================";
+
 constexpr unsigned int version_major = 1;
 constexpr unsigned int version_minor = 0;
 constexpr unsigned int version_build = 24289;
@@ -104,9 +106,8 @@ kx_sane_middleware::kx_sane_middleware()
 // Results are not checked: a driver that does not start answers for itself in the calls that follow.
 void kx_sane_middleware::start_driver()
 {
-    const char *const rule = "=========================================================================";
-    InfoLog(g_hLog, "%s", rule);
-    InfoLog(g_hLog, "%s", rule);
+    InfoLog(g_hLog, banner_rule);
+    InfoLog(g_hLog, banner_rule);
     ready_ = true;
 
     char version[40] = {};
