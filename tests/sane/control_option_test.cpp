@@ -102,6 +102,27 @@ TEST_F(control_option, any_other_device_status_does_not_matter)
     }
 }
 
+TEST_F(control_option, a_set_that_is_not_made_leaves_the_info_word_alone)
+{
+    open_samples();
+    scripted::set_option(2, "number", R"({"type":"int","size":4,"auto":false,"default":75})");
+    struct {
+        SANE_Int number;
+        int action;
+        int status;
+    } const cases[] = {{-5, SANE_ACTION_SET_VALUE, SANE_STATUS_INVAL},
+                       {2, SANE_ACTION_SET_VALUE, SANE_STATUS_INVAL},
+                       {2, SANE_ACTION_SET_AUTO, SANE_STATUS_UNSUPPORTED},
+                       {2, 7, SANE_STATUS_INVAL},
+                       {999, SANE_ACTION_SET_VALUE, SANE_STATUS_UNSUPPORTED}};
+    for (const auto &c : cases) {
+        SANE_Int info = untouched;
+        EXPECT_EQ(control(c.number, c.action, nullptr, &info), c.status) << c.number;
+        EXPECT_EQ(info, untouched) << c.number;
+    }
+    EXPECT_TRUE(scripted::writes().empty());
+}
+
 // ----- the driver's log -----
 
 TEST_F(control_option, the_drivers_log_is_reached_with_the_handle_as_given)

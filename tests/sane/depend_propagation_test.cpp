@@ -112,6 +112,30 @@ TEST_F(depend_propagation, conditions_on_texts_are_in_the_drivers_language)
     EXPECT_TRUE(is_active("slave"));
 }
 
+TEST_F(depend_propagation, an_option_described_later_is_as_its_enable_key_says_until_a_master_is_set)
+{
+    struct {
+        const char *keys;
+        bool active;
+        texts told; // when the master is set to true
+    } const cases[] = {
+        {R"("enable":false,"depend_and":["master==true"])", false, {"late=1"}},
+        {R"("depend_and":["master==true"])", true, {}},
+        {R"("depend_and":["master==false"])", true, {"late=0"}},
+        {R"("enable":false,"depend_and":["master==false"])", false, {}},
+    };
+    add_flag("master", true);
+    for (const auto &c : cases) {
+        scripted::remove_option(2);
+        open_all();
+        scripted::set_option(2, "late", std::string(R"({"type":"int","size":4,)") + c.keys + "}");
+        EXPECT_EQ(is_active("late"), c.active) << c.keys;
+        EXPECT_EQ(set_flag("master", true), c.told.empty() ? 0 : SANE_INFO_RELOAD_OPTIONS) << c.keys;
+        EXPECT_EQ(told(), c.told) << c.keys;
+        sane_pelsane_exit();
+    }
+}
+
 // ----- after a set -----
 
 TEST_F(depend_propagation, a_set_switches_what_depends_on_it)

@@ -187,16 +187,21 @@ TEST_F(device_records, close_answers_the_translated_code)
 TEST_F(device_records, reset_keeps_what_identifies_the_device)
 {
     scripted::set_option(1, "resolution", R"({"type": "int", "size": 4, "cur": 200})");
+    scripted::set_option(2, "slave", R"({"type": "int", "depend_or": ["resolution==200"]})");
     void *const handle = open("virtual:1");
     middleware_->reload_options(pointer(0x100000002));
     _dev_inst *record = nullptr;
     middleware_->find_openning_device(handle, false, &record);
     ASSERT_NE(nullptr, record);
-    ASSERT_EQ(1U, record->opts_.size());
+    ASSERT_EQ(2U, record->opts_.size());
     ASSERT_EQ(1U, record->fixed_id_.size());
+    ASSERT_EQ(1U, record->slaves_.size());
+    ASSERT_EQ(1U, record->masters_.size());
     kx_sane_middleware::free_device_inst(record, false);
     EXPECT_TRUE(record->opts_.empty());
     EXPECT_TRUE(record->cur_vals_.empty());
+    EXPECT_TRUE(record->slaves_.empty());
+    EXPECT_TRUE(record->masters_.empty());
     EXPECT_EQ(1U, record->fixed_id_.size());
     EXPECT_EQ(pointer(0x100000002), record->dev_);
     EXPECT_EQ("virtual:1", record->name_);

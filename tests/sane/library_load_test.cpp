@@ -53,6 +53,19 @@ TEST_F(library_load, unload_closes_the_log)
     EXPECT_EQ(texts({"DisableLog(log)"}), scripted::record());
 }
 
+TEST_F(library_load, knows_no_folder_before_the_first_call)
+{
+    load();
+    const auto folder = entry_point<std::string()>("_ZN18kx_sane_middleware9sane_pathB5cxx11Ev");
+    ASSERT_NE(nullptr, folder);
+    EXPECT_EQ("", folder());
+    entry_point<decltype(sane_pelsane_init)>("sane_pelsane_init")(nullptr, nullptr);
+    EXPECT_EQ("/opt/scan/sane/", folder());
+    entry_point<decltype(sane_pelsane_exit)>("sane_pelsane_exit")();
+    EXPECT_EQ("/opt/scan/sane/", folder());
+    unload();
+}
+
 TEST_F(library_load, leaves_the_process_after_use)
 {
     load();

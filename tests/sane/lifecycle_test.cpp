@@ -248,6 +248,21 @@ TEST_F(lifecycle, device_change_signal_is_logged_and_nothing_else)
     EXPECT_EQ(texts({"Debug: Device list changed (10)..."}), scripted::record());
 }
 
+TEST_F(lifecycle, device_change_signal_is_taken_before_the_driver_is_told_anything)
+{
+    const auto before = std::signal(SIGUSR1, count_signal);
+    signals_of_host = 0;
+    scripted::on().initialize = []() -> std::optional<int> {
+        std::raise(SIGUSR1);
+        return std::nullopt;
+    };
+    EXPECT_EQ(SANE_STATUS_GOOD, sane_pelsane_init(nullptr, nullptr));
+    EXPECT_EQ(0, signals_of_host);
+    EXPECT_EQ(texts({banner, banner, "Debug: Device list changed (10)..."}), scripted::log_lines());
+    sane_pelsane_exit();
+    std::signal(SIGUSR1, before);
+}
+
 TEST_F(lifecycle, device_change_signal_leaves_errno_alone)
 {
     init();

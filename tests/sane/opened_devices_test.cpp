@@ -2,6 +2,8 @@
 // Opening and closing devices, and the handles that applications get for them.
 #include "backend_test.h"
 
+#include <climits>
+
 namespace {
 
 class opened_devices : public backend_test {
@@ -81,6 +83,25 @@ TEST_F(opened_devices, listening_frontend_gets_no_well_known_options)
     EXPECT_EQ("none", name_at(handle, 3));
 }
 
+TEST_F(opened_devices, impossible_counts_give_the_well_known_options_no_numbers_of_others)
+{
+    scripted::set_option(1, "paper", paper);
+    for (const long count : {-1L, 0L, static_cast<long>(INT_MAX)}) {
+        scripted::set_option_count(count);
+        const SANE_Handle handle = open();
+        ASSERT_NE(nullptr, sane_pelsane_get_option_descriptor_ex(handle, "paper")) << count;
+        EXPECT_EQ("option-count", name_at(handle, 0)) << count;
+        EXPECT_EQ("paper", name_at(handle, 1)) << count;
+        EXPECT_EQ("none", name_at(handle, 2)) << count;
+        EXPECT_EQ("none", name_at(handle, -1)) << count;
+        SANE_Word word = 210;
+        EXPECT_EQ(SANE_STATUS_UNSUPPORTED,
+                  sane_pelsane_control_option(handle, 0, SANE_ACTION_SET_VALUE, &word, nullptr));
+        EXPECT_TRUE(scripted::writes().empty()) << count;
+        sane_pelsane_close(handle);
+    }
+}
+
 TEST_F(opened_devices, whether_a_frontend_listens_is_decided_at_each_open)
 {
     scripted::set_option(1, "paper", paper);
@@ -95,6 +116,28 @@ TEST_F(opened_devices, open_without_room_for_the_handle_is_refused)
 {
     EXPECT_EQ(SANE_STATUS_INVAL, sane_pelsane_open("virtual:1", nullptr));
     EXPECT_EQ(texts(), scripted::record());
+}
+
+TEST_F(opened_devices, open_without_a_name_is_refused)
+{
+    SANE_Handle handle = handle_of(0x77);
+    EXPECT_EQ(SANE_STATUS_INVAL, sane_pelsane_open(nullptr, &handle));
+    EXPECT_EQ(handle_of(0x77), handle);
+    EXPECT_EQ(texts(), scripted::record());
+}
+
+TEST_F(opened_devices, driver_that_opens_without_a_handle_opens_nothing)
+{
+    open("virtual:1");
+    scripted::on().open = [](void **driver_handle, const char *, char *) -> std::optional<int> {
+        *driver_handle = nullptr;
+        return 0;
+    };
+    SANE_Handle handle = handle_of(0x77);
+    EXPECT_EQ(SANE_STATUS_IO_ERROR, sane_pelsane_open("virtual:2", &handle));
+    EXPECT_EQ(handle_of(0x77), handle);
+    EXPECT_EQ(texts({"kx_scanner_open(virtual:2,0,null,null,null)"}), scripted::record());
+    EXPECT_EQ(SANE_STATUS_INVAL, sane_pelsane_start(nullptr));
 }
 
 TEST_F(opened_devices, failed_open_answers_the_drivers_code_untranslated)

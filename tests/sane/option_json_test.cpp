@@ -7,6 +7,7 @@
 
 #include <climits>
 #include <cstring>
+#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <string>
@@ -160,6 +161,7 @@ TEST_F(option_json, reports_the_buffer_after_a_retry_with_two_bytes_more)
     EXPECT_EQ(fetch_through_buffer(), "{}");
     ASSERT_NE(buffer_, nullptr);
     EXPECT_EQ(size_, 3002);
+    EXPECT_GE(malloc_usable_size(buffer_), 3004U); // the text, a terminator, a multiple of four
 }
 
 TEST_F(option_json, hands_a_new_buffer_over)
@@ -169,6 +171,7 @@ TEST_F(option_json, hands_a_new_buffer_over)
     ASSERT_NE(buffer_, nullptr);
     EXPECT_EQ(std::string(buffer_, 3), std::string("{}\0", 3));
     EXPECT_EQ(size_, 1024);
+    EXPECT_GE(malloc_usable_size(buffer_), 1028U);
 }
 
 TEST_F(option_json, hands_a_new_buffer_over_on_failure_too)
@@ -271,4 +274,13 @@ TEST_F(option_json, a_need_that_did_not_grow_is_tried_once_more)
     script({{258, 10, ""}, {0, 2, "{}"}});
     EXPECT_EQ(fetch_through_buffer(), "{}");
     EXPECT_EQ(size_, 12);
+}
+
+TEST_F(option_json, a_need_of_nothing_is_tried_once_more)
+{
+    script({{258, 0, ""}, {0, 0, ""}});
+    EXPECT_EQ(fetch_through_buffer(), "");
+    EXPECT_EQ(size_, 2);
+    EXPECT_EQ(name_, "");
+    EXPECT_EQ(scripted::calls().size(), 2U);
 }

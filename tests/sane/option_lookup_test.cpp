@@ -130,3 +130,18 @@ TEST_F(option_lookup, without_conditions_nothing_is_decided)
     EXPECT_FALSE(slave.enable_now);
     EXPECT_EQ(option.cap, 53);
 }
+
+TEST_F(option_lookup, a_dependent_option_without_descriptor_is_decided_in_its_record)
+{
+    _slave_option slave;
+    slave.is_enable = kx_sane_middleware::is_enable_or;
+    slave.enable_now = true;
+    _master_option master;
+    master.name = "other";
+    master.limit_l = "7";
+    master.compare_val = kx_sane_middleware::compare_val_equal;
+    slave.master.push_back(master);
+    std::vector<_cur_val> values{{"other", "int", "8"}};
+    kx_sane_middleware::set_status_by_depends(scanner_, slave, values, nullptr);
+    EXPECT_FALSE(slave.enable_now);
+}

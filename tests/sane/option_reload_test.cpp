@@ -97,6 +97,43 @@ TEST_F(option_reload, two_options_of_one_name_keep_one_address_each)
     }
 }
 
+TEST_F(option_reload, of_two_options_of_one_name_the_one_that_stays_keeps_its_address)
+{
+    scripted::set_option(1, "same", R"({"type":"int"})");
+    scripted::set_option(2, "same", R"({"type":"bool","title":"Second"})");
+    open_listening_device();
+    const auto *first = descriptor(1);
+    const auto *second = descriptor(2);
+    scripted::remove_option(2);
+    for (int i = 0; i < 2; ++i) {
+        scripted::change_language();
+        EXPECT_EQ(descriptor(1), first);
+        EXPECT_EQ(first->type, SANE_TYPE_INT);
+        EXPECT_EQ(descriptor(2), nullptr);
+        EXPECT_STREQ(second->title, "Second");
+    }
+    scripted::set_option(2, "same", R"({"type":"bool","title":"Back"})");
+    scripted::change_language();
+    EXPECT_EQ(descriptor(1), first);
+    EXPECT_EQ(descriptor(2), second);
+    EXPECT_STREQ(second->title, "Back");
+}
+
+TEST_F(option_reload, a_vanished_options_value_is_forgotten)
+{
+    const std::string slave = R"({"type":"int","size":4,"depend_or":["master==1"]})";
+    scripted::set_option(1, "slave", slave);
+    scripted::set_option(2, "master", R"({"type":"int","size":4,"cur":1})");
+    open_listening_device();
+    EXPECT_TRUE(is_active("slave"));
+    scripted::remove_option(2);
+    scripted::change_language();
+    EXPECT_FALSE(is_active("slave"));
+    EXPECT_EQ(times_logged("Warn: option master's current value is not found, other options depend it maybe in wrong "
+                           "status."),
+              1);
+}
+
 TEST_F(option_reload, a_vanished_option_stays_readable_while_the_device_is_open)
 {
     scripted::set_option(1, "stays", R"({"type":"int"})");

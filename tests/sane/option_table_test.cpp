@@ -200,6 +200,30 @@ TEST_F(option_table, an_option_fetched_by_name_has_the_drivers_number)
     EXPECT_EQ(descriptor(7), option);
 }
 
+TEST_F(option_table, a_late_option_leaves_its_number_to_the_well_known_one_when_it_is_set)
+{
+    open_with("paper", R"({"type":"string","size":44})");
+    ASSERT_STREQ(descriptor(2)->name, "page-width");
+    scripted::set_option(2, "late", R"({"type":"int","size":4,"title":"Late"})");
+    ASSERT_STREQ(descriptor(2)->name, "late");
+    EXPECT_EQ(set_word(2, 297), SANE_STATUS_GOOD);
+    EXPECT_EQ(scripted::calls_of("kx_scanner_set_parameter"),
+              (texts{"kx_scanner_set_parameter(0x100000002,1,\"A5横向\",44)"}));
+    EXPECT_EQ(times_logged("Info: -->Set option(2 - Late) value: 297"), 1);
+}
+
+TEST_F(option_table, numbers_end_where_identifiers_begin)
+{
+    open_with("edge", R"({"type":"int","fix-id":34816})");
+    scripted::set_option(34815, "last", R"({"type":"bool"})");
+    const auto *last = descriptor(34815);
+    ASSERT_NE(last, nullptr);
+    EXPECT_STREQ(last->name, "last");
+    EXPECT_EQ(descriptor(34815), last);
+    EXPECT_EQ(descriptor(34816), descriptor(1));
+    EXPECT_EQ(scripted::calls().size(), 1U); // none of them is fetched twice
+}
+
 TEST_F(option_table, keys_that_name_nothing_answer_null)
 {
     open_with("opt", R"({"type":"int"})");

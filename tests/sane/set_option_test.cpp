@@ -291,6 +291,14 @@ TEST_F(set_option, automatic_on_a_button_presses_it)
     EXPECT_EQ(scripted::log_lines(), (texts{"Info: -->Set option(5 - Press) value: Button"}));
 }
 
+TEST_F(set_option, automatic_on_a_group_has_no_default_either)
+{
+    open_samples();
+    EXPECT_EQ(control(6, SANE_ACTION_SET_AUTO, nullptr), SANE_STATUS_INVAL);
+    EXPECT_EQ(scripted::log_lines(), (texts{"Warn: Option descriptor 6(Heading) need a value!."}));
+    EXPECT_TRUE(scripted::calls_of("kx_scanner_get_parameter").empty());
+}
+
 // ----- the driver's answer -----
 
 TEST_F(set_option, result_codes_become_status_and_info)
@@ -399,9 +407,11 @@ TEST_F(set_option, other_changes_leave_the_cached_value_alone)
     scripted::set_option(1, "master", R"({"type":"int","size":4,"cur":1})");
     scripted::set_option(2, "slave", R"({"type":"int","size":4,"depend_and":["master==2"]})");
     open_device();
-    scripted::answer("kx_scanner_set_parameter", 277, 1);
-    set_word(1, 2);
-    EXPECT_FALSE(is_active("slave"));
+    for (const int code : {260, 262, 277, 278}) {
+        scripted::answer("kx_scanner_set_parameter", code, 1);
+        set_word(1, 2);
+        EXPECT_FALSE(is_active("slave")) << code;
+    }
     set_word(1, 2);
     EXPECT_TRUE(is_active("slave"));
 }

@@ -2,11 +2,13 @@
 // Each allocation of a call fails once: the call answers "no memory" or does without, and nothing is left behind.
 #include "inner_sane.h"
 #include "pauses.h"
+#include "sane_kx_mdw.h"
 #include "scripted.h"
 #include "short_memory.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 
 namespace {
@@ -40,6 +42,22 @@ template <typename Failing> int fail_each_allocation(const std::function<void()>
             return nth;
     }
     return more_than_enough;
+}
+
+void ignore_signal(int) {}
+
+const void *key_of(std::size_t number)
+{
+    return reinterpret_cast<const void *>(number);
+}
+
+SANE_Handle open_device()
+{
+    SANE_Handle handle = nullptr;
+    EXPECT_EQ(SANE_STATUS_GOOD, inner_sane_init(nullptr));
+    EXPECT_EQ(SANE_STATUS_GOOD, inner_sane_open("virtual:1", &handle));
+    scripted::forget_record();
+    return handle;
 }
 
 void open_and_close()
@@ -80,6 +98,19 @@ TEST_F(short_of_memory, init_works_again_when_there_is_memory)
         inner_sane_init(nullptr);
     }
     EXPECT_EQ(SANE_STATUS_GOOD, inner_sane_init(nullptr));
+}
+
+TEST_F(short_of_memory, failed_init_leaves_the_hosts_signal_handler_in_place)
+{
+    const auto before = std::signal(SIGUSR1, ignore_signal);
+    for (const int nth : {0, 1}) { // the object, its list of devices
+        const short_memory::failing_new failing(nth);
+        EXPECT_EQ(SANE_STATUS_NO_MEM, inner_sane_init(nullptr)) << nth;
+        EXPECT_TRUE(failing.has_failed()) << nth;
+        EXPECT_EQ(ignore_signal, std::signal(SIGUSR1, ignore_signal)) << nth;
+        EXPECT_EQ(texts(), scripted::record()) << nth;
+    }
+    std::signal(SIGUSR1, before);
 }
 
 TEST_F(short_of_memory, listing_without_a_buffer_answers_no_memory)
@@ -167,4 +198,111 @@ TEST_F(short_of_memory, language_change_survives_each_failure)
     scripted::change_language();
     EXPECT_EQ(paper, inner_sane_get_option_descriptor(handle, reinterpret_cast<const void *>(1)));
     EXPECT_STREQ("paper", paper->name);
+}
+
+TEST_F(short_of_memory, option_that_cannot_be_described_is_not_registered)
+{
+    const SANE_Handle handle = open_device();
+    const char *const descriptions[] = {
+        R"({"type": "string", "size": 8, "range": ["a", "b"]})",
+        R"({"type": "int", "range": {"min": 1, "max": 2}})",
+        R"({"type": "int", "range": [1, 2]})",
+        R"({"type": "float", "range": [1.5, 2]})",
+    };
+    std::size_t number = 10;
+    for (const char *const description : descriptions) {
+        ++number;
+        scripted::set_option(static_cast<int>(number), "late-" + std::to_string(number), description);
+        for (int nth = 0; nth < 6; ++nth) { // the text's buffer, the record, its three texts, its constraint
+            const short_memory::failing_calloc failing(nth);
+            EXPECT_EQ(nullptr, inner_sane_get_option_descriptor(handle, key_of(number))) << description << nth;
+            EXPECT_TRUE(failing.has_failed()) << description << nth;
+        }
+        EXPECT_NE(nullptr, inner_sane_get_option_descriptor(handle, key_of(number))) << description;
+    }
+}
+
+TEST_F(short_of_memory, value_that_cannot_be_fetched_is_a_failed_read)
+{
+    const SANE_Handle handle = open_device();
+    SANE_Word word = 99;
+    SANE_Int info = 77;
+    const short_memory::failing_calloc failing(0);
+    EXPECT_EQ(SANE_STATUS_IO_ERROR, inner_sane_control_option(handle, key_of(2), SANE_ACTION_GET_VALUE, &word, &info));
+    EXPECT_TRUE(failing.has_failed());
+    EXPECT_EQ(99, word);
+    EXPECT_EQ(0, info);
+}
+
+TEST_F(short_of_memory, value_that_cannot_be_delivered_is_a_failed_read)
+{
+    const SANE_Handle handle = open_device();
+    kx_sane_middleware &middleware = *kx_sane_middleware::instance();
+    void *const scanner = kx_sane_middleware::sane_handle_to_scanner(handle);
+    const short_memory::failing_calloc failing(1); // behind the fetched text's buffer
+    void *value = nullptr;
+    EXPECT_FALSE(
+        middleware.get_current_value(scanner, key_of(2), kx_sane_middleware::set_value_to_new, &value, nullptr));
+    EXPECT_TRUE(failing.has_failed());
+    EXPECT_EQ(nullptr, value);
+    EXPECT_EQ(texts(), scripted::log_lines());
+}
+
+TEST_F(short_of_memory, default_without_a_block_is_unsupported)
+{
+    const SANE_Handle handle = open_device();
+    for (const int nth : {0, 1}) {
+        SANE_Word word = 99;
+        const short_memory::failing_calloc failing(nth);
+        EXPECT_EQ(SANE_STATUS_UNSUPPORTED,
+                  kx_sane_middleware::instance()->set_option(handle, key_of(2), 100, &word, nullptr));
+        EXPECT_TRUE(failing.has_failed()) << nth;
+        EXPECT_EQ(99, word) << nth;
+    }
+}
+
+TEST_F(short_of_memory, automatic_value_without_a_block_is_not_written)
+{
+    const SANE_Handle handle = open_device();
+    const SANE_Status expected[] = {SANE_STATUS_UNSUPPORTED, SANE_STATUS_UNSUPPORTED, SANE_STATUS_NO_MEM};
+    for (int nth = 0; nth < 3; ++nth) {
+        const short_memory::failing_calloc failing(nth);
+        EXPECT_EQ(expected[nth], inner_sane_control_option(handle, key_of(1), SANE_ACTION_SET_AUTO, nullptr, nullptr));
+        EXPECT_TRUE(failing.has_failed()) << nth;
+    }
+    EXPECT_TRUE(scripted::writes().empty());
+}
+
+TEST_F(short_of_memory, notice_that_cannot_be_built_is_not_sent)
+{
+    const SANE_Handle handle = open_device();
+    const SANE_Option_Descriptor *const dependent = inner_sane_get_option_descriptor(handle, key_of(2));
+    ASSERT_EQ(0, dependent->cap & SANE_CAP_INACTIVE);
+    for (const int nth : {0, 1}) { // the notice, the value in it
+        char other[44] = "A5";
+        char needed[44] = "A4";
+        SANE_Int info = 77;
+        {
+            const short_memory::failing_calloc failing(nth);
+            EXPECT_EQ(SANE_STATUS_GOOD,
+                      inner_sane_control_option(handle, key_of(1), SANE_ACTION_SET_VALUE, other, &info));
+            EXPECT_TRUE(failing.has_failed()) << nth;
+        }
+        EXPECT_EQ(SANE_INFO_RELOAD_OPTIONS, info) << nth;
+        EXPECT_NE(0, dependent->cap & SANE_CAP_INACTIVE) << nth;
+        EXPECT_TRUE(scripted::calls_of("kx_scanner_control").empty()) << nth;
+        inner_sane_control_option(handle, key_of(1), SANE_ACTION_SET_VALUE, needed, nullptr);
+        EXPECT_EQ(1U, scripted::notices().size()) << nth;
+        scripted::forget_record();
+    }
+}
+
+TEST_F(short_of_memory, well_known_option_without_a_text_is_not_written)
+{
+    const SANE_Handle handle = open_device();
+    SANE_Word width = 210;
+    const short_memory::failing_calloc failing(0);
+    EXPECT_EQ(SANE_STATUS_NO_MEM, inner_sane_control_option(handle, key_of(4), SANE_ACTION_SET_VALUE, &width, nullptr));
+    EXPECT_TRUE(failing.has_failed());
+    EXPECT_TRUE(scripted::writes().empty());
 }

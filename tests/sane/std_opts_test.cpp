@@ -171,6 +171,15 @@ TEST_F(std_opts, duplex_reads_the_sides)
     }
 }
 
+TEST_F(std_opts, duplex_reads_a_driver_option_without_text_as_two_sided)
+{
+    for (const char *description : {R"({"type":"bool","size":4,"cur":false})", R"({"type":"bool","size":4,"cur":true})",
+                                    R"({"type":"int","size":4,"cur":0})", R"({"type":"float","size":4,"cur":1.5})"}) {
+        script_page(description);
+        EXPECT_EQ(read(duplex), 1) << description;
+    }
+}
+
 TEST_F(std_opts, duplex_reads_in_the_users_language)
 {
     scripted::set_translation("单面", "one side");

@@ -87,6 +87,33 @@ TEST_F(value_cache, an_entry_tells_whether_its_text_changed)
     EXPECT_EQ(device.cur_vals_[0].val, "2");
 }
 
+TEST_F(value_cache, an_entry_keeps_its_text_when_there_is_no_value)
+{
+    scripted::set_translation(15, "fifteen");
+    struct {
+        const char *before, *without, *text;
+    } const cases[] = {
+        {R"({"type":"int","cur":1})", R"({"type":"int"})", "1"},
+        {R"({"type":"bool","cur":true})", R"({"type":"bool"})", "true"},
+        {R"({"type":"float","cur":1.5})", R"({"type":"float"})", "1.500000"},
+        {R"({"type":"string","cur":15})", R"({"type":"string"})", "fifteen"},
+    };
+    for (const auto &c : cases) {
+        _dev_inst device;
+        refresh(device, c.before);
+        EXPECT_FALSE(refresh(device, c.without)) << c.without;
+        EXPECT_EQ(device.cur_vals_[0].val, c.text) << c.without;
+    }
+}
+
+TEST_F(value_cache, a_new_entry_without_a_value_is_empty)
+{
+    _dev_inst device;
+    EXPECT_FALSE(refresh(device, R"({"type":"int"})"));
+    ASSERT_EQ(device.cur_vals_.size(), 1U);
+    EXPECT_EQ(device.cur_vals_[0].val, "");
+}
+
 TEST_F(value_cache, an_entry_keeps_its_first_type)
 {
     _dev_inst device;
