@@ -86,7 +86,18 @@ const std::vector<dependence> dependences{
      {{"is-auto-strength", "true"}, {"feed-strength-value", "51"}},
      {"feed-strength-value", "feed-strength"},
      {}},
-    {"a_pair", {{"search-hole-range-l", "50"}}, {"search-hole-range-l", "search-hole-range-r"}, {}},
+    {"a_pair",
+     {{"is-rid-hole", "true"}, {"search-hole-range-l", "25"}},
+     {"search-hole-range-l", "search-hole-range-r"},
+     {}},
+    {"a_pair_beyond_a_limit",
+     {{"is-rid-hole", "true"}, {"search-hole-range-l", "26"}},
+     {},
+     {"search-hole-range-l", "search-hole-range-r"}},
+    {"a_pair_and_back",
+     {{"is-rid-hole", "true"}, {"search-hole-range-l", "26"}, {"is-rid-hole", "false"}},
+     {"search-hole-range-l", "search-hole-range-r"},
+     {}},
     {"the_area", {{"is-custom-area", "false"}}, {}, {"tl-x", "tl-y", "br-x", "br-y"}},
     {"the_area_and_back",
      {{"is-custom-area", "false"}, {"is-custom-area", "true"}},
@@ -178,10 +189,10 @@ TEST_F(client_options, tell_what_has_to_be_read_again)
         // The same value again changes nothing.
         {"is-erase-bkg", "true", taken},
         // The image changes.
-        {"resolution", "300", reload_image},
         {"tl-x", "10", reload_image},
         {"br-y", "200.5", reload_image},
         // The image and others change.
+        {"resolution", "300", reload_all}, // others depend on it
         {"resolution", "75", reload_all},
         {"mode", "Lineart", reload_all},
         {"page", "Front side", reload_all},

@@ -16,6 +16,7 @@
 #include <optional>
 #include <pthread.h>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -45,6 +46,73 @@ TEST(commonlog, keeps_errno)
     errno = ERANGE;
     log.library.debug(log.handle, "%s", "not written");
     EXPECT_EQ(errno, ERANGE);
+}
+
+TEST(commonlog, lets_the_application_live_when_nobody_reads_any_more)
+{
+    int ends[2] = {};
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    const log_environment environment("debug");
+    const backend_log log;
+    int after = 0;
+    sigset_t pending;
+    {
+        const redirected_descriptor redirected(STDERR_FILENO, ends[1]);
+        errno = ERANGE;
+        log.library.debug(log.handle, "not read"); // SIGPIPE would end the test here
+        after = errno;
+        sigpending(&pending);
+    }
+    close(ends[1]);
+    EXPECT_EQ(after, ERANGE);
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+}
+
+TEST(commonlog, leaves_a_pending_sigpipe_of_the_application_pending)
+{
+    int ends[2] = {};
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    sigset_t pipe_signal;
+    sigset_t before;
+    sigset_t pending;
+    sigemptyset(&pipe_signal);
+    sigaddset(&pipe_signal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe_signal, &before);
+    raise(SIGPIPE);
+    const log_environment environment("debug");
+    const backend_log log;
+    {
+        const redirected_descriptor redirected(STDERR_FILENO, ends[1]);
+        log.library.debug(log.handle, "not read");
+    }
+    close(ends[1]);
+    sigpending(&pending);
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), 1);
+    int taken = 0;
+    EXPECT_EQ(sigwait(&pipe_signal, &taken), 0);
+    EXPECT_EQ(taken, SIGPIPE);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+TEST(commonlog, does_not_wait_for_the_reader_of_a_pipe)
+{
+    const temporary_folder folder;
+    const std::string path = folder.file("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const log_environment environment("warn", path);
+    const auto log_once = [] {
+        const backend_log log;
+        log.library.warn(log.handle, "seen");
+    };
+    EXPECT_NE(standard_error_of(log_once).find("cannot open log file " + path + ": No such device or address; "),
+              std::string::npos);
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const std::string with_reader = standard_error_of(log_once);
+    close(reader);
+    EXPECT_NE(with_reader.find(path + ": it is neither a file nor a device for characters; "), std::string::npos);
+    EXPECT_NE(with_reader.find(" warn Vantoscan/driver: seen"), std::string::npos);
 }
 
 TEST(commonlog, leaves_no_descriptors_behind)
@@ -159,7 +227,8 @@ TEST(commonlog, writes_on_after_an_interrupted_write)
     action.sa_handler = count_interruption; // without SA_RESTART
     sigaction(SIGUSR2, &action, &earlier);
     {
-        const log_environment environment("warn", "/proc/self/fd/" + std::to_string(ends[1]));
+        const log_environment environment("warn");
+        const redirected_descriptor redirected(STDERR_FILENO, ends[1]);
         const backend_log log;
         interruptions = 0;
         std::thread writer([&log] { log.library.warn(log.handle, "after the interruptions"); });

@@ -3,6 +3,7 @@
 #include "driver_fixture.h"
 
 #include <memory>
+#include <sys/stat.h>
 
 namespace driver_test {
 
@@ -155,6 +156,44 @@ TEST_F(driver_feed, passes_over_a_file_that_cannot_be_read_after_saying_so)
               log.text().find("An image of the feed cannot be read: " + folder_.file("3.jpg") + ": "));
 }
 
+TEST_F(driver_feed, counts_regular_files_and_links_to_them_alone)
+{
+    write_gray("1.pgm", 10);
+    ASSERT_EQ(0, mkfifo(folder_.file("2.pgm").c_str(), 0600));
+    std::filesystem::create_directory(folder_.file("3.pgm"));
+    std::filesystem::create_symlink(folder_.file("missing.pgm"), folder_.file("4.pgm"));
+    std::filesystem::create_symlink(folder_.file("1.pgm"), folder_.file("5.pgm"));
+    scanner device;
+    scan_simply(device);
+    EXPECT_EQ((std::vector<int>{10, 10}), middle_grays(device.scan_all()));
+}
+
+TEST_F(driver_feed, says_which_image_cannot_be_made_to_a_page_of_the_size_wanted)
+{
+    const captured_log log;
+    const std::string path = write_file(folder_.file("profile.json"), R"({
+        "device": {"name": "test:large", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
+        "papers": {"Huge": {"width": 1000, "height": 1000}}, "information": {}, "options": [
+        {"name": "paper", "type": "string", "title": 1, "desc": 2, "range": ["Huge"], "default": "Huge", "means": "paper"},
+        {"name": "resolution", "type": "int", "title": 1, "desc": 2, "range": [1200], "default": 1200,
+         "means": "resolution"}]})");
+    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    restart();
+    write_gray("1.pgm", 10);
+    scanner device;
+    EXPECT_EQ(269, device.start());
+    EXPECT_EQ(0xDE07, device.start());
+    EXPECT_NE(std::string::npos,
+              log.text().find("An image of the feed cannot be read: " + folder_.file("1.pgm") + ": Error in pix"));
+}
+
+TEST_F(driver_feed, leaves_the_messages_of_images_that_it_does_not_read_to_the_application)
+{
+    const std::string missing = folder_.file("missing.png");
+    const std::string printed = standard_error_of([&] { EXPECT_EQ(nullptr, pixRead(missing.c_str())); });
+    EXPECT_NE(std::string::npos, printed.find("Error in pixRead")) << printed;
+}
+
 TEST_F(driver_feed, without_images_is_an_empty_feeder)
 {
     const captured_log log;
@@ -229,6 +268,22 @@ TEST_F(driver_feed, has_the_size_that_an_image_tells_when_the_original_size_is_w
         EXPECT_EQ(150, parameters.pixels_per_line); // two inches
         EXPECT_EQ(225, parameters.lines);
     }
+}
+
+TEST_F(driver_feed, reduces_an_image_that_tells_a_larger_size_than_any_sheet)
+{
+    Pix *image = pixCreate(400, 400, 8);
+    pixSetAllArbitrary(image, 90);
+    pixSetResolution(image, 1, 1); // ten metres
+    ASSERT_EQ(0, pixWrite(folder_.file("1.tif").c_str(), image, IFF_TIFF));
+    pixDestroy(&image);
+    scanner device;
+    scan_simply(device);
+    device.set("paper", "Original size");
+    const scanned_page page = device.scan();
+    EXPECT_EQ(877, page.parameters.pixels_per_line); // 297 mm
+    EXPECT_EQ(877, page.parameters.lines);
+    EXPECT_EQ(90, page.gray(438, 438));
 }
 
 } // namespace driver_test

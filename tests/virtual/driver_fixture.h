@@ -13,6 +13,7 @@
 #include <sane/sane.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
@@ -23,6 +24,7 @@ namespace driver_test {
 using json = nlohmann::json;
 using surroundings::content_of;
 using surroundings::environment_variable;
+using surroundings::standard_error_of;
 using surroundings::temporary_folder;
 
 inline std::string write_file(const std::string &path, const std::string &text)

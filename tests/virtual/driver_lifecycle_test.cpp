@@ -10,6 +10,7 @@
 #include <mutex>
 #include <pthread.h>
 #include <set>
+#include <thread>
 
 namespace driver_test {
 
@@ -180,6 +181,9 @@ TEST(driver_lifecycle, bears_double_calls)
 
 TEST(driver_lifecycle, leaves_no_thread_behind)
 {
+    // The first thread of a process may bring one of a sanitizer's along.
+    ASSERT_EQ(0, kx_scanner_initialize(ignore_event, nullptr));
+    ASSERT_EQ(0, kx_scanner_uninitialize());
     const auto before = entries_of("/proc/self/task");
     for (int cycle = 0; cycle < 50; ++cycle) {
         ASSERT_EQ(0, kx_scanner_initialize(ignore_event, nullptr));
@@ -262,6 +266,50 @@ TEST(driver_lifecycle, refuses_to_end_from_its_own_event)
     ASSERT_EQ(0, kx_scanner_initialize(uninitialize_in_event, &answer));
     EXPECT_EQ(0, kx_scanner_uninitialize());
     EXPECT_EQ(268, answer);
+}
+
+TEST(driver_lifecycle, ends_once_for_callers_on_two_threads)
+{
+    listener frontend(0);
+    for (int cycle = 0; cycle < 100; ++cycle) {
+        ASSERT_EQ(0, kx_scanner_initialize(listener::callback, &frontend));
+        std::thread other([] { EXPECT_EQ(0, kx_scanner_uninitialize()); });
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+        other.join();
+    }
+}
+
+TEST(driver_lifecycle, notes_at_its_start_who_uses_it)
+{
+    const captured_log log;
+    EXPECT_EQ(0, kx_scanner_set_sane_info("backend", "1.2"));
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+    EXPECT_NE(std::string::npos, log.text().find("used by backend 1.2\n"));
+}
+
+TEST(driver_lifecycle, keeps_its_log_for_a_call_that_is_still_under_way_at_its_end)
+{
+    const captured_log log;
+    const temporary_folder folder;
+    const std::string path = write_file(folder.file("profile.json"), R"({
+        "device": {"name": "test:slow", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
+        "feeder": {"page_time_ms": 300}, "papers": {}, "information": {}, "options": []})");
+    write_file(folder.file("1.png"), "no image");
+    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    const environment_variable feed("PELVIRTUAL_FEED", folder.file("").c_str());
+    listener frontend(0);
+    ASSERT_EQ(0, kx_scanner_initialize(listener::callback, &frontend));
+    void *handle = nullptr;
+    ASSERT_EQ(0, kx_scanner_open(&handle, "", 0, nullptr, nullptr, nullptr, nullptr));
+    int answer = 0;
+    std::thread scanning([&] { answer = kx_scanner_start(handle, nullptr, -1); });
+    EXPECT_EQ((std::pair<void *, int>{nullptr, 1}), frontend.next());
+    EXPECT_EQ((std::pair<void *, int>{handle, 0x100}), frontend.next());
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+    scanning.join();
+    EXPECT_EQ(269, answer);
+    EXPECT_NE(std::string::npos, log.text().find("An image of the feed cannot be read: " + folder.file("1.png")));
 }
 
 TEST(driver_lifecycle, describes_every_code)

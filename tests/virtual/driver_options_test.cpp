@@ -210,9 +210,9 @@ TEST_F(driver_options, answer_what_setting_a_text_changes)
 {
     const set_case cases[] = {
         {"mode", "Gray", 278}, // "filter" becomes active
-        {"mode", "Gray", 277}, // nothing else this time
+        {"mode", "Gray", 278}, // nothing else this time, but other options depend on it
         {"paper", "A5", 278},  // the area follows
-        {"page", "Both sides", 277},
+        {"page", "Both sides", 278},
         {"page", "Front side", 278}, // turning back sides does not apply any more
         {"image-quality", "Speed", 278},
         {"image-quality", "Custom", 0},
@@ -228,7 +228,7 @@ TEST_F(driver_options, answer_what_setting_a_text_changes)
 TEST_F(driver_options, answer_what_setting_other_values_changes)
 {
     scanner device;
-    EXPECT_EQ(277, device.set("resolution", 300));
+    EXPECT_EQ(278, device.set("resolution", 300)); // "sharpen" and others depend on it
     EXPECT_EQ(278, device.set("resolution", 600)); // "sharpen" does not apply any more
     EXPECT_EQ(277, device.set("tl-x", 12.5));
     EXPECT_EQ(277, device.set("br-y", 100.25));
@@ -320,6 +320,13 @@ TEST_F(driver_options, keep_a_free_text_within_its_size)
     EXPECT_EQ("\"quoted\" \\ \xEF\xBF\xBD", device.option("token")["cur"]);
 }
 
+TEST_F(driver_options, do_not_translate_a_free_text)
+{
+    scanner device;
+    EXPECT_EQ(0, device.set("token", "双面"));
+    EXPECT_EQ("双面", device.option("token")["cur"]);
+}
+
 TEST_F(driver_options, refuse_missing_and_short_values)
 {
     scanner device;
@@ -329,7 +336,20 @@ TEST_F(driver_options, refuse_missing_and_short_values)
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "resolution", nullptr, &length));
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), key(0), &value, &length));
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "no-such-option", &value, &length));
-    EXPECT_EQ(277, kx_scanner_set_parameter(device.handle(), "resolution", &value, nullptr));
+}
+
+TEST_F(driver_options, take_values_without_a_length)
+{
+    scanner device;
+    int resolution = 300;
+    EXPECT_EQ(278, kx_scanner_set_parameter(device.handle(), "resolution", &resolution, nullptr));
+    EXPECT_EQ(300, device.option("resolution")["cur"]);
+    double right = 100.5;
+    EXPECT_EQ(277, kx_scanner_set_parameter(device.handle(), "br-x", &right, nullptr));
+    EXPECT_EQ(100.5, device.option("br-x")["cur"]);
+    char mode[] = "Gray";
+    EXPECT_EQ(278, kx_scanner_set_parameter(device.handle(), "mode", mode, nullptr));
+    EXPECT_EQ("Gray", device.option("mode")["cur"]);
 }
 
 TEST_F(driver_options, set_the_area_to_the_paper)
@@ -402,13 +422,19 @@ TEST_F(driver_options, become_active_when_one_of_two_conditions_holds)
     EXPECT_TRUE(device.is_enabled("blank-sensitivity"));
 }
 
-TEST_F(driver_options, that_depend_on_each_other_stay_active)
+TEST_F(driver_options, that_depend_on_each_other_switch_each_other)
 {
+    const auto are_enabled = [](const scanner &device) {
+        return std::pair(device.is_enabled("search-hole-range-l"), device.is_enabled("search-hole-range-r"));
+    };
     scanner device;
-    EXPECT_EQ(0, device.set("search-hole-range-l", 50));
-    EXPECT_EQ(0, device.set("search-hole-range-r", 1));
-    EXPECT_TRUE(device.is_enabled("search-hole-range-l"));
-    EXPECT_TRUE(device.is_enabled("search-hole-range-r"));
+    EXPECT_EQ(0, device.set("is-rid-hole", true));
+    EXPECT_EQ(0, device.set("search-hole-range-l", 25));
+    EXPECT_EQ(std::pair(true, true), are_enabled(device));
+    EXPECT_EQ(0, device.set("search-hole-range-l", 26));
+    EXPECT_EQ(std::pair(false, false), are_enabled(device));
+    EXPECT_EQ(0, device.set("is-rid-hole", false));
+    EXPECT_EQ(std::pair(true, true), are_enabled(device));
 }
 
 TEST_F(driver_options, follow_the_notice_of_their_activity)

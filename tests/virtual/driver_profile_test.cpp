@@ -2,6 +2,8 @@
 // Profiles: another device in a file, and files with mistakes, each of which is named with its place.
 #include "driver_fixture.h"
 
+#include <sys/stat.h>
+
 namespace driver_test {
 
 class driver_profile : public ::testing::Test {
@@ -68,6 +70,24 @@ TEST_F(driver_profile, may_describe_another_device)
     EXPECT_EQ(0, kx_scanner_uninitialize());
 }
 
+TEST_F(driver_profile, may_have_the_smallest_sheets_and_the_lowest_resolution)
+{
+    const std::string path = write_file(folder_.file("profile.json"), R"({
+        "device": {"name": "test:small", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
+        "papers": {"Tiny": {"width": 10, "height": 10}}, "information": {}, "options": [
+        {"name": "paper", "type": "string", "title": 1, "desc": 2, "range": ["Tiny"], "default": "Tiny", "means": "paper"},
+        {"name": "resolution", "type": "int", "title": 1, "desc": 2, "range": [25], "default": 25,
+         "means": "resolution"}]})");
+    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    {
+        scanner device;
+        EXPECT_EQ(10, device.parameters().pixels_per_line);
+        EXPECT_EQ(3U, device.scan_all().size());
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
 TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
 {
     const std::string missing = folder_.file("missing.json");
@@ -75,11 +95,14 @@ TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
     EXPECT_EQ("cannot be read: No such file or directory", complaint(missing));
 }
 
-TEST_F(driver_profile, that_is_a_folder_is_named_with_the_reason)
+TEST_F(driver_profile, that_is_no_regular_file_is_named_with_the_reason)
 {
-    const std::string folder = folder_.file("");
-    const environment_variable profile("PELVIRTUAL_PROFILE", folder.c_str());
-    EXPECT_EQ("cannot be read: Is a directory", complaint(folder));
+    const std::string pipe = folder_.file("pipe");
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    for (const std::string &path : {folder_.file(""), pipe}) {
+        const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+        EXPECT_EQ("cannot be read: it is no regular file", complaint(path));
+    }
 }
 
 TEST_F(driver_profile, that_is_no_json_is_named_with_line_and_column)
@@ -123,21 +146,107 @@ TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)
          "/options/1/depend_and/0: the first condition names no option"},
         {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
                           "depend_or": ["c==true"]})"),
-         "/options/0: a condition names \"c\", which is no option"},
+         "/options/0/depend_or: a condition names \"c\", which is no option"},
         {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true, "depend_or": "c==x"},
                          {"name": "c", "type": "string", "title": 1, "desc": 2, "range": ["x"], "default": "x"})"),
-         "/options/0: \"c\" has to stand before what depends on it"},
+         "/options/0/depend_or: \"c\" has to stand before what depends on it"},
         {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true, "means": "mode"})"),
          "/options/0/means: an option of this type cannot mean that"},
         {with_options(R"({"name": "p", "type": "string", "title": 1, "desc": 2, "range": ["A4", "A9"],
                           "default": "A4", "means": "paper"})"),
-         "/options/0: no size is given for the paper \"A9\""},
+         "/options/0/range: no size is given for the paper \"A9\""},
         {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
                                  "sets": {"true": {"a": 5}}})"),
          "/options/1/sets/true/a: true or false is expected"},
     };
     for (const auto &each : cases)
         EXPECT_EQ(each.complaint, complaint_about(each.text)) << each.text;
+}
+
+TEST_F(driver_profile, with_what_the_scanner_cannot_do_is_named_with_its_place)
+{
+    const struct {
+        const char *option; // its keys after name and titles
+        const char *complaint;
+    } cases[] = {
+        {R"("type": "int", "default": 100, "means": "resolution")",
+         "/options/0/means: an option that means this needs a range"},
+        {R"("type": "int", "range": [24, 100], "default": 100, "means": "resolution")",
+         "/options/0/means: the range goes beyond what the scanner can do"},
+        {R"("type": "int", "range": {"min": 25, "max": 1201, "step": 1}, "default": 100, "means": "resolution")",
+         "/options/0/means: the range goes beyond what the scanner can do"},
+        {R"("type": "float", "range": {"min": 0, "max": 1000.5, "step": 0}, "default": 1, "means": "right")",
+         "/options/0/means: the range goes beyond what the scanner can do"},
+        {R"("type": "float", "range": {"min": -1, "max": 10, "step": 0}, "default": 1, "means": "top")",
+         "/options/0/means: the range goes beyond what the scanner can do"},
+        {R"("type": "float", "range": {"min": 0, "max": 5, "step": 0}, "default": 1, "means": "gamma")",
+         "/options/0/means: the range goes beyond what the scanner can do"},
+        {R"("type": "string", "default": "x", "means": "paper")",
+         "/options/0/means: an option that means this needs a range"},
+        {R"("type": "string", "range": ["One", "Two"], "default": "One", "means": "sides", "meanings": {"One": "front"}
+         )",
+         "/options/0/means: the word \"Two\" means nothing that the scanner can do"},
+        {R"("type": "string", "range": ["One"], "default": "One", "means": "sides", "meanings": {"One": "frnt"})",
+         "/options/0/means: the word \"One\" means nothing that the scanner can do"},
+        {R"("type": "int", "range": [1, 2], "default": 1, "meanings": {"1": "x"})",
+         "/options/0/meanings: only words have meanings"},
+        {R"("type": "string", "range": ["One"], "default": "One", "meanings": {"Two": "x"})",
+         "/options/0/meanings/Two: not an allowed value of the option"},
+        {R"("type": "string", "size": 4, "default": "four")",
+         "/options/0/default: the default is not an allowed value"},
+        {R"("type": "int", "range": [1, 2], "default": 18446744073709551615)",
+         "/options/0/default: the number is out of bounds"},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(each.complaint, complaint_about(with_options(std::string(R"({"name": "a", "title": 1, "desc": 2, )") +
+                                                               each.option + "}")))
+            << each.option;
+}
+
+TEST_F(driver_profile, sets_options_along_with_allowed_values_alone)
+{
+    const std::string flag = R"({"name": "a", "type": "bool", "title": 1, "desc": 2, "default": true},)";
+    const struct {
+        const char *option;
+        const char *complaint;
+    } cases[] = {
+        {R"("type": "bool", "default": true, "sets": {"yes": {"a": true}})",
+         "/options/1/sets/yes: not an allowed value of the option"},
+        {R"("type": "string", "range": ["One"], "default": "One", "sets": {"one": {"a": true}})",
+         "/options/1/sets/one: not an allowed value of the option"},
+        {R"("type": "int", "range": {"min": 1, "max": 9, "step": 1}, "default": 1, "sets": {"10": {"a": true}})",
+         "/options/1/sets/10: not an allowed value of the option"},
+        {R"("type": "float", "range": {"min": 1, "max": 9, "step": 0}, "default": 1, "sets": {"2.5": {"a": true}})",
+         "/options/1/sets/2.5: not an allowed value of the option"}, // values are written with six decimals
+        {R"("type": "float", "range": {"min": 1, "max": 9, "step": 0}, "default": 1,
+            "sets": {"2.500000": {"a": 1}})",
+         "/options/1/sets/2.500000/a: true or false is expected"},
+        {R"("type": "button", "sets": {"": {"a": true}})", "/options/1/sets/: not an allowed value of the option"},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(each.complaint,
+                  complaint_about(with_options(flag + R"({"name": "b", "title": 1, "desc": 2, )" + each.option + "}")))
+            << each.option;
+}
+
+TEST_F(driver_profile, gives_information_items_of_their_kinds_alone)
+{
+    const struct {
+        const char *items;
+        const char *complaint;
+    } cases[] = {
+        {R"({"drv-ver": {"value": 5}})", "/information/drv-ver/value: a text is expected"},
+        {R"({"total-cnt": {"value": "many"}})", "/information/total-cnt/value: an integer is expected"},
+        {R"({"free-buf": {"value": "all"}})", "/information/free-buf/value: an integer is expected"},
+        {R"({"original-image": {"value": 256}})", "/information/original-image/value: the number is out of bounds"},
+        {R"({"colour": {"value": 1}})", "/information/colour: no such information item"},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(each.complaint,
+                  complaint_about(R"({"device": {"name": "n", "vendor": "V", "model": "M", "type": "t"}, "papers": {},
+                                      "options": [], "information": )" +
+                                  std::string(each.items) + "}"))
+            << each.items;
 }
 
 TEST_F(driver_profile, with_two_options_that_set_each_other_is_refused)

@@ -280,6 +280,26 @@ TEST_F(driver_scanning, delivers_fronts_only_when_one_side_is_scanned)
     EXPECT_EQ(3U, device.scan_all().size());
 }
 
+TEST_F(driver_scanning, gives_no_back_of_a_sheet_that_was_fed_for_its_front_alone)
+{
+    const auto next_side = [](scanner &device) {
+        int info[12] = {};
+        EXPECT_EQ(0, device.start());
+        EXPECT_EQ(0, kx_scanner_get_img_info(device.handle(), info, 48));
+        return std::pair(info[7], info[8]);
+    };
+    scanner device;
+    scan_simply(device, "Gray");
+    EXPECT_EQ(std::pair(1, 0), next_side(device));
+    device.set("page", "Both sides");
+    EXPECT_EQ(std::pair(2, 0), next_side(device));
+    EXPECT_EQ(std::pair(2, 1), next_side(device));
+    device.set("page", "Front side");
+    EXPECT_EQ(std::pair(3, 0), next_side(device));
+    device.set("page", "Both sides");
+    EXPECT_EQ(0xDE07, device.start());
+}
+
 TEST_F(driver_scanning, shows_a_different_document_side_on_each_page)
 {
     scanner device;
@@ -335,6 +355,36 @@ TEST_F(driver_scanning, takes_settings_between_pages)
     device.set("resolution", 75);
     EXPECT_EQ(620, device.parameters().pixels_per_line);
     EXPECT_EQ(620, device.scan().parameters.pixels_per_line);
+}
+
+TEST_F(driver_scanning, tells_the_next_pages_size_after_a_set_that_adjusts_and_after_restoring)
+{
+    scanner device;
+    scan_simply(device, "Gray");
+    device.scan();
+    EXPECT_EQ(827, device.parameters().pixels_per_line);
+    EXPECT_EQ(261, device.set("resolution", 70));
+    EXPECT_EQ(620, device.parameters().pixels_per_line);
+    EXPECT_EQ(620, device.scan().parameters.pixels_per_line);
+    EXPECT_EQ(262, kx_scanner_control(device.handle(), 0x20000001, nullptr, nullptr));
+    EXPECT_EQ(1654, device.parameters().pixels_per_line);
+    EXPECT_EQ(SANE_FRAME_RGB, device.parameters().format);
+}
+
+TEST_F(driver_scanning, tells_a_pages_end_also_when_settings_change_before_it_is_told)
+{
+    scanner device;
+    scan_simply(device, "Gray");
+    ASSERT_EQ(0, device.start());
+    std::vector<unsigned char> page(827 * 1169);
+    long length = 827 * 1169;
+    ASSERT_EQ(0, kx_scanner_read_img_data(device.handle(), page.data(), &length));
+    ASSERT_EQ(827 * 1169, length);
+    EXPECT_EQ(278, device.set("resolution", 75));
+    EXPECT_EQ(827, device.parameters().pixels_per_line);
+    EXPECT_EQ(266, kx_scanner_read_img_data(device.handle(), page.data(), &length));
+    EXPECT_EQ(278, device.set("resolution", 75));
+    EXPECT_EQ(620, device.parameters().pixels_per_line);
 }
 
 TEST_F(driver_scanning, keeps_a_page_in_progress_as_it_was_started)

@@ -86,7 +86,7 @@ private:
 
 const char *name_of(severity level)
 {
-    constexpr const char *names[] = {"debug", "info", "warn", "critical", "silent"};
+    constexpr const char *names[] = {"debug", "info", "warn", "critical"}; // no message is silent
     return names[static_cast<int>(level)];
 }
 

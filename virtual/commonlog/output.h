@@ -10,8 +10,8 @@ namespace commonlog {
 
 class output {
 public:
-    // path null: standard error. A file that cannot be opened is reported on standard error, with the reason and once
-    // per process, and standard error is used instead.
+    // path null: standard error. A file that cannot be opened, or a pipe, is reported on standard error, with the
+    // reason and once per process, and standard error is used instead.
     explicit output(const char *path);
     ~output();
     output(const output &) = delete;

@@ -4,6 +4,8 @@
 // in exact colours, which tests and people can check. Tested by driver_scanning_test.
 #include "builtin_document.h"
 
+#include "profile.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -12,9 +14,6 @@
 namespace virtual_scanner {
 
 namespace {
-
-constexpr double a4_width_mm = 210;
-constexpr double a4_height_mm = 297;
 
 constexpr l_uint32 color_of(unsigned red, unsigned green, unsigned blue)
 {
@@ -31,8 +30,8 @@ struct font_deleter {
 class drawing {
 public:
     drawing(double width_mm, double height_mm, int dpi)
-        : across_(width_mm / a4_width_mm * dpi / 25.4), down_(height_mm / a4_height_mm * dpi / 25.4),
-          image_(own(pixCreate(std::max(1, x(a4_width_mm)), std::max(1, y(a4_height_mm)), 32))),
+        : across_(width_mm / a4_paper.width_mm * dpi / 25.4), down_(height_mm / a4_paper.height_mm * dpi / 25.4),
+          image_(own(pixCreate(std::max(1, x(a4_paper.width_mm)), std::max(1, y(a4_paper.height_mm)), 32))),
           font_(bmfCreate(nullptr, 20))
     {
         if (font_ == nullptr)
@@ -69,7 +68,7 @@ public:
         pixSetAll(small.get());
         pixSetTextline(small.get(), font_.get(), text.c_str(), 0, 2, font_->baselinetab['A' - 32] + 2, nullptr,
                        nullptr);
-        const double points = static_cast<double>(y(height));
+        const double points = std::max(1, y(height)); // on the smallest sheets less than one
         const auto factor = static_cast<float>(points / font_->lineheight);
         const pix_ptr scaled = own(pixScaleGeneral(small.get(), factor, factor, 0.0F, 0));
         const int steps = static_cast<int>(factor * 0.9F); // rounds off the steps of the enlarged points

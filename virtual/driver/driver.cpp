@@ -37,12 +37,20 @@ driver &driver::instance()
     return object;
 }
 
+void driver::set_user(const char *name, const char *version)
+{
+    const std::lock_guard<std::mutex> guard(lock_);
+    user_ = std::string(name != nullptr ? name : "") + " " + (version != nullptr ? version : "");
+}
+
 int driver::initialize(kx_event_callback callback, void *parameter)
 {
     const std::lock_guard<std::mutex> guard(lock_);
     if (initialized_)
         return SCANNER_ERR_OK;
-    open_log();
+    log_ = open_log();
+    if (!user_.empty())
+        InfoLog(driver_log(), "used by %s", user_.c_str());
     profile_ = load_profile_or_log();
     information_.reset();
     if (profile_ != nullptr)
@@ -61,7 +69,7 @@ int driver::uninitialize()
     information_.reset();
     profile_.reset();
     initialized_ = false;
-    close_log();
+    log_.reset();
     return SCANNER_ERR_OK;
 }
 

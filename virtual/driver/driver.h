@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace virtual_scanner {
 
@@ -18,6 +19,9 @@ class driver {
 public:
     // Made on first use, ended when the library is unloaded.
     static driver &instance();
+
+    // Who uses the driver, for the log; noted at each initialisation.
+    void set_user(const char *name, const char *version);
 
     // Reads the profile and starts the event thread. A second call does nothing. 0 also when the profile is unusable,
     // which is logged: enumerating and opening answer for it with 256.
@@ -37,7 +41,9 @@ public:
     handle_table &handles() { return handles_; }
 
 private:
-    std::mutex lock_; // over the three below
+    std::mutex lock_; // over the five below
+    std::string user_;
+    std::shared_ptr<void> log_;
     bool initialized_ = false;
     std::shared_ptr<const profile> profile_; // null when it is unusable
     std::optional<information> information_; // the driver's own, without it likewise

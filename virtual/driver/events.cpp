@@ -33,33 +33,36 @@ private:
 
 void events::start(kx_event_callback callback, void *parameter)
 {
+    const std::lock_guard<std::mutex> starting(thread_lock_);
     if (callback == nullptr || thread_.joinable())
         return;
-    ending_ = false;
+    const std::lock_guard<std::mutex> guard(lock_);
     const all_signals_blocked blocked; // inherited by the thread
     thread_ = std::thread([this, callback, parameter] { run(callback, parameter); });
+    is_running_ = true;
 }
 
 bool events::stop()
 {
     if (is_event_thread)
         return false;
+    const std::lock_guard<std::mutex> stopping(thread_lock_);
     {
         const std::lock_guard<std::mutex> guard(lock_);
-        ending_ = true;
+        is_running_ = false;
+        queue_.clear();
         changed_.notify_one();
     }
     if (thread_.joinable())
         thread_.join();
-    queue_.clear();
     return true;
 }
 
 void events::post(void *device, int event)
 {
-    if (!thread_.joinable())
-        return;
     const std::lock_guard<std::mutex> guard(lock_);
+    if (!is_running_)
+        return;
     queue_.push_back({device, event});
     changed_.notify_one();
 }
@@ -70,8 +73,8 @@ void events::run(kx_event_callback callback, void *parameter)
     const bool is_listened = callback(nullptr, KX_EVENT_IS_LISTENED, nullptr, nullptr, parameter) == SCANNER_ERR_OK;
     std::unique_lock<std::mutex> guard(lock_);
     while (true) {
-        changed_.wait(guard, [this] { return ending_ || !queue_.empty(); });
-        if (ending_)
+        changed_.wait(guard, [this] { return !is_running_ || !queue_.empty(); });
+        if (!is_running_)
             return;
         const pending next = queue_.front();
         queue_.pop_front();

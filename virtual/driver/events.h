@@ -28,8 +28,8 @@ public:
     // Starts the thread, which asks first whether anyone listens. Without a callback there is no thread.
     void start(kx_event_callback callback, void *parameter);
 
-    // Ends the thread after the report that it is at; what was not reported is dropped. False, with nothing done, on
-    // the thread itself, which cannot wait for its own end.
+    // Ends the thread after the report that it is at; what was not reported is dropped. Of several callers each waits
+    // for this end. False, with nothing done, on the thread itself, which cannot.
     bool stop();
 
     // Reports an event soon, in order, if anyone listens. Does not wait.
@@ -43,11 +43,12 @@ private:
 
     void run(kx_event_callback callback, void *parameter);
 
+    std::mutex thread_lock_; // over the thread's start and end
     std::thread thread_;
-    std::mutex lock_;
+    std::mutex lock_; // over the rest
     std::condition_variable changed_;
     std::deque<pending> queue_;
-    bool ending_ = false;
+    bool is_running_ = false;
 };
 
 } // namespace virtual_scanner

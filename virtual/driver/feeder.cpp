@@ -9,6 +9,7 @@ namespace virtual_scanner {
 void feeder::fill()
 {
     last_ = {};
+    is_back_to_come_ = false;
     next_file_ = 0;
     files_.clear();
     if (!folder_.empty())
@@ -25,7 +26,7 @@ std::string feeder::source() const
 std::optional<sheet_side> feeder::next(bool both_sides)
 {
     sheet_side side;
-    side.back = both_sides && last_.sheet > 0 && !last_.back;
+    side.back = both_sides && is_back_to_come_;
     side.sheet = side.back ? last_.sheet : last_.sheet + 1;
     if (folder_.empty()) {
         if (side.sheet > sheets_)
@@ -36,6 +37,7 @@ std::optional<sheet_side> feeder::next(bool both_sides)
         side.file = files_[next_file_++];
     }
     last_ = side;
+    is_back_to_come_ = both_sides && !side.back;
     return side;
 }
 

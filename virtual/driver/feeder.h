@@ -29,7 +29,8 @@ public:
     [[nodiscard]] std::string source() const;
 
     // The next side, none when the feeder is empty. With both sides a sheet's back follows its front, and every side
-    // takes one file; the last sheet's back is left out when there is no file for it.
+    // takes one file; the last sheet's back is left out when there is no file for it. A sheet that was fed for its
+    // front alone has gone: its back does not follow when both sides are asked for later.
     std::optional<sheet_side> next(bool both_sides);
 
 private:
@@ -38,6 +39,7 @@ private:
     std::vector<std::string> files_;
     std::size_t next_file_ = 0;
     sheet_side last_;
+    bool is_back_to_come_ = false; // the last side is a front, of a sheet fed for both
 };
 
 } // namespace virtual_scanner

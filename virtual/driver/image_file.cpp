@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Files in, images out. Leptonica says why it cannot read a file by printing; while a file is read its messages are
-// collected for the log instead.
+// Files in, images out. Only regular files count: opening a pipe that is named like an image would wait for its writer.
+// Tested by driver_feed_test.
 #include "image_file.h"
 
 #include <algorithm>
@@ -16,43 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-thread_local std::string *messages = nullptr;
-
-void collect_message(const char *text)
-{
-    // The first message is the closest to the cause; the others only name the callers.
-    if (messages != nullptr && messages->empty())
-        *messages = text;
-}
-
-// Takes Leptonica's messages for as long as the library is loaded.
-class message_handler {
-public:
-    message_handler() { leptSetStderrHandler(collect_message); }
-    ~message_handler() { leptSetStderrHandler(nullptr); }
-    message_handler(const message_handler &) = delete;
-    message_handler &operator=(const message_handler &) = delete;
-};
-
-const message_handler handler;
-
-class collected_messages {
-public:
-    collected_messages() { messages = &text_; }
-    ~collected_messages() { messages = nullptr; }
-    collected_messages(const collected_messages &) = delete;
-    collected_messages &operator=(const collected_messages &) = delete;
-
-    [[nodiscard]] std::string reason() const
-    {
-        const std::string line = text_.substr(0, text_.find('\n'));
-        return line.empty() ? "it is no image that can be read" : line;
-    }
-
-private:
-    std::string text_;
-};
-
 bool is_image_name(const fs::path &path)
 {
     constexpr std::array<std::string_view, 9> extensions{".png", ".jpg", ".jpeg", ".tif", ".tiff",
@@ -61,6 +24,13 @@ bool is_image_name(const fs::path &path)
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 'a' - 'A' : c); });
     return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
+}
+
+// Not for a link that leads nowhere.
+bool leads_to_a_file(const fs::path &path)
+{
+    std::error_code error;
+    return fs::is_regular_file(path, error);
 }
 
 pix_ptr flatten(Pix *image)
@@ -79,7 +49,7 @@ std::vector<std::string> list_images(const std::string &folder)
     std::error_code error;
     std::vector<std::string> paths;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (is_image_name(entry->path()))
+        if (is_image_name(entry->path()) && leads_to_a_file(entry->path()))
             paths.push_back(entry->path().string());
     if (error)
         throw image_error(folder + ": " + error.message());
@@ -89,11 +59,7 @@ std::vector<std::string> list_images(const std::string &folder)
 
 pix_ptr read_image(const std::string &path)
 {
-    const collected_messages collected;
-    const pix_ptr image(pixRead(path.c_str()));
-    if (image == nullptr)
-        throw image_error(path + ": " + collected.reason());
-    return flatten(image.get());
+    return with_image_errors(path, [&] { return flatten(own(pixRead(path.c_str())).get()); });
 }
 
 } // namespace virtual_scanner

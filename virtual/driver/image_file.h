@@ -16,7 +16,19 @@ struct image_error : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The PNG, JPEG, TIFF and PNM files (by extension) of a folder in the byte order of their names. Throws image_error
+// Calls what makes images of a source, and turns its pix_error into an image_error.
+template <typename Call> auto with_image_errors(const std::string &source, Call call)
+{
+    const collected_messages messages;
+    try {
+        return call();
+    } catch (const pix_error &) {
+        throw image_error(source + ": " + messages.reason());
+    }
+}
+
+// The PNG, JPEG, TIFF and PNM files (by extension) of a folder in the byte order of their names, regular files alone or
+// links to these. Throws image_error
 // when the folder cannot be read.
 std::vector<std::string> list_images(const std::string &folder);
 

@@ -16,7 +16,7 @@ namespace {
 
 bool is_text(const information_item &item)
 {
-    return item.length > 8 && item.length != 1312;
+    return !is_number(item) && item.length != 1312;
 }
 
 template <typename Integer> std::string integer_bytes(long long value)
@@ -47,6 +47,11 @@ template <typename Predicate> const information_item *find_item(Predicate matche
 }
 
 } // namespace
+
+bool is_number(const information_item &item)
+{
+    return item.length <= 8;
+}
 
 const information_item *find_information_item(int id)
 {

@@ -12,6 +12,9 @@
 
 namespace virtual_scanner {
 
+// Whether the item is a number: one of 1, 4 or 8 bytes.
+bool is_number(const information_item &item);
+
 const information_item *find_information_item(int id);
 const information_item *find_information_item(std::string_view name);
 

@@ -25,6 +25,7 @@ template <typename Call> int guarded(Call call) noexcept
     try {
         return call();
     } catch (const std::bad_alloc &) {
+        CriticalLog(driver_log(), "Memory is short");
         return SCANNER_ERR_INSUFFICIENT_MEMORY;
     } catch (const std::exception &error) {
         CriticalLog(driver_log(), "Unexpected failure: %s", error.what());
@@ -32,12 +33,13 @@ template <typename Call> int guarded(Call call) noexcept
     }
 }
 
-// The session is held for the call, so that a close in between ends it afterwards.
+// The session is held for the call and its failures, so that a close in between ends it, and the log with it,
+// afterwards.
 template <typename Call> int with_session(void *handle, Call call) noexcept
 {
     return guarded([&] {
         const auto opened = driver::instance().handles().find(handle);
-        return opened != nullptr ? call(*opened) : SCANNER_ERR_INVALID_PARAMETER;
+        return opened != nullptr ? guarded([&] { return call(*opened); }) : SCANNER_ERR_INVALID_PARAMETER;
     });
 }
 
@@ -47,8 +49,10 @@ extern "C" {
 
 int kx_scanner_set_sane_info(const char *name, const char *version)
 {
-    InfoLog(driver_log(), "used by %s %s", name != nullptr ? name : "", version != nullptr ? version : "");
-    return SCANNER_ERR_OK;
+    return guarded([&] {
+        driver::instance().set_user(name, version);
+        return SCANNER_ERR_OK;
+    });
 }
 
 int kx_scanner_initialize(kx_event_callback callback, void *parameter)

@@ -3,25 +3,35 @@
 #include "log.h"
 
 #include <atomic>
+#include <mutex>
 
 namespace virtual_scanner {
 
 namespace {
 
 std::atomic<void *> log{nullptr};
+std::mutex lock; // over the next
+std::weak_ptr<void> shared;
+
+void close_log(void *closed)
+{
+    void *current = closed;
+    log.compare_exchange_strong(current, nullptr);
+    DisableLog(closed);
+}
 
 } // namespace
 
-void open_log()
+std::shared_ptr<void> open_log()
 {
-    if (log == nullptr)
-        log = EnableLog(0, "pelsane", "virtual");
-}
-
-void close_log()
-{
-    if (void *closed = log.exchange(nullptr))
-        DisableLog(closed);
+    const std::lock_guard<std::mutex> guard(lock);
+    std::shared_ptr<void> opened = shared.lock();
+    if (opened != nullptr)
+        return opened;
+    opened.reset(EnableLog(0, "pelsane", "virtual"), close_log);
+    shared = opened;
+    log = opened.get();
+    return opened;
 }
 
 void *driver_log()

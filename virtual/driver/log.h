@@ -5,11 +5,13 @@
 
 #include "commonlog.h"
 
+#include <memory>
+
 namespace virtual_scanner {
 
-// From the driver's initialisation to its end; each may be called twice.
-void open_log();
-void close_log();
+// A share in the log, which is open as long as anyone has one: the driver from its initialisation to its end, and a
+// session, which may outlive this when a call is still in it.
+std::shared_ptr<void> open_log();
 
 // The log to pass to the logging functions, null (which they ignore) while it is closed.
 void *driver_log();

@@ -31,6 +31,12 @@ int well_known_id(const option_definition &option)
     return 0;
 }
 
+double as_number(const option_value &value)
+{
+    const int *integer = std::get_if<int>(&value);
+    return integer != nullptr ? *integer : std::get<double>(value);
+}
+
 std::string to_condition_text(const option_value &value)
 {
     if (const bool *flag = std::get_if<bool>(&value))

@@ -76,6 +76,9 @@ struct option_definition {
 // The number under which frontends know the option, 0 for none: its own "fix-id", else by its name.
 int well_known_id(const option_definition &option);
 
+// The value of an integer or a real option.
+double as_number(const option_value &value);
+
 // The value as the conditions of other options test it: "%d", "%f", "true" or "false", the word; empty for none.
 std::string to_condition_text(const option_value &value);
 

@@ -30,28 +30,36 @@ option_store::option_store(const profile &description) : description_(descriptio
     update_activity();
 }
 
+template <typename Predicate> int option_store::find(Predicate matches) const
+{
+    const auto found = std::find_if(options().begin(), options().end(), matches);
+    return found == options().end() ? 0 : static_cast<int>(found - options().begin()) + 1;
+}
+
 int option_store::find_by_name(const std::string &name) const
 {
-    for (int number = 1; number < count(); ++number)
-        if (option_at(number).name == name)
-            return number;
-    return 0;
+    return find([&](const option_definition &option) { return option.name == name; });
 }
 
 int option_store::find_by_well_known_id(int id) const
 {
-    for (int number = 1; number < count(); ++number)
-        if (well_known_id(option_at(number)) == id)
-            return number;
-    return 0;
+    return find([&](const option_definition &option) { return well_known_id(option) == id; });
 }
 
 int option_store::find_by_role(option_role role) const
 {
-    for (int number = 1; number < count(); ++number)
-        if (option_at(number).role == role)
-            return number;
-    return 0;
+    return find([&](const option_definition &option) { return option.role == role; });
+}
+
+// Whether a condition of any option names it.
+bool option_store::is_master(const option_definition &option) const
+{
+    const auto names_it = [&](const condition &each) { return each.master == option.name; };
+    const auto depends_on_it = [&](const option_definition &other) {
+        return other.depends &&
+               std::any_of(other.depends->conditions.begin(), other.depends->conditions.end(), names_it);
+    };
+    return find(depends_on_it) != 0;
 }
 
 // The language belongs to the process: another handle may have switched it.
@@ -62,7 +70,7 @@ option_value option_store::current(int number) const
         for (const auto &[word, tag] : option.meanings)
             if (tag == current_language())
                 return word;
-    return values_[static_cast<std::size_t>(number) - 1];
+    return values_[index_of(number)];
 }
 
 int option_store::set(int number, void *data, const long *length)
@@ -74,20 +82,20 @@ int option_store::set(int number, void *data, const long *length)
         return press(number);
     if (option.type == option_type::group || data == nullptr)
         return SCANNER_ERR_INVALID_PARAMETER;
-    const value_input input = read_value(option, data, length != nullptr ? *length : option.size);
+    const value_input input = read_value(option, data, length);
     if (input.outcome == value_input::refused)
         return SCANNER_ERR_INVALID_PARAMETER;
     change changed;
     if (!take_over(number, input.value, changed))
         return SCANNER_ERR_INVALID_PARAMETER;
-    // Before the answer is chosen: an image option that switches others has to make the application read these again.
-    // Without a change of the image the application's side follows the conditions itself.
-    const bool activity_changed = update_activity();
+    update_activity();
     if (input.outcome == value_input::adjusted) {
         write_back(input.value, data);
         return SCANNER_ERR_NOT_EXACT;
     }
-    return answer_for(changed.image, changed.options || (changed.image && activity_changed));
+    // After 0 the application's side follows the conditions itself. After 277 it does not, and keeps the values of
+    // masters that it noted before: a master among the image options has to make it read everything afresh.
+    return answer_for(changed.image, changed.options || (changed.image && is_master(option)));
 }
 
 int option_store::press(int number)
@@ -106,7 +114,7 @@ bool option_store::take_over(int number, const option_value &value, change &chan
         changed.options = true;
         return set_language(option, std::get<std::string>(value));
     }
-    values_[static_cast<std::size_t>(number) - 1] = value;
+    values_[index_of(number)] = value;
     if (option.role == option_role::paper) {
         set_area_to_paper(std::get<std::string>(value));
         changed.options = true;
@@ -129,7 +137,7 @@ bool option_store::set_language(const option_definition &option, const std::stri
 void option_store::set_by_role(option_role role, double value)
 {
     if (const int number = find_by_role(role); number != 0)
-        values_[static_cast<std::size_t>(number) - 1] = value;
+        values_[index_of(number)] = value;
 }
 
 void option_store::set_area_to_paper(const std::string &paper)
@@ -145,7 +153,7 @@ void option_store::restore_defaults()
 {
     for (int number = 1; number < count(); ++number)
         if (option_at(number).role != option_role::language)
-            values_[static_cast<std::size_t>(number) - 1] = option_at(number).initial;
+            values_[index_of(number)] = option_at(number).initial;
     update_activity();
 }
 
@@ -154,17 +162,16 @@ bool option_store::set_active(const std::string &name, bool active)
     const int number = find_by_name(name);
     if (number == 0)
         return false;
-    active_[static_cast<std::size_t>(number) - 1] = active;
+    active_[index_of(number)] = active;
     return true;
 }
 
 // One pass per option lets a change run down the longest chain; a circle that never settles ends there too.
-bool option_store::update_activity()
+void option_store::update_activity()
 {
-    const auto before = active_;
     const auto value_of = [this](const std::string &name) -> std::optional<std::string> {
         const int number = find_by_name(name);
-        if (number == 0 || !active_[static_cast<std::size_t>(number) - 1])
+        if (number == 0 || !active_[index_of(number)])
             return std::nullopt;
         return to_condition_text(current(number));
     };
@@ -174,9 +181,8 @@ bool option_store::update_activity()
             if (options()[i].depends)
                 active_[i] = is_satisfied(*options()[i].depends, value_of);
         if (active_ == at_start)
-            break;
+            return;
     }
-    return active_ != before;
 }
 
 std::string option_store::acting_meaning(option_role role, const std::string &otherwise) const
@@ -193,7 +199,7 @@ std::string option_store::acting_meaning(option_role role, const std::string &ot
 bool option_store::is_active(option_role role) const
 {
     const int number = find_by_role(role);
-    return number != 0 && active_[static_cast<std::size_t>(number) - 1];
+    return number != 0 && active_[index_of(number)];
 }
 
 } // namespace virtual_scanner

@@ -27,14 +27,15 @@ public:
     [[nodiscard]] std::string describe(int number) const;
 
     // Takes a value over, as kx_scanner_set_parameter does, and answers its code: 0, 261 (a number was adjusted and
-    // written back), 262, 277 or 278 (something else changed with it), 256 (not an allowed value) or 259 (read-only).
+    // written back; this goes before the next three), 262, 277 or 278 (something else changed with it, or may have),
+    // 256 (not an allowed value) or 259 (read-only).
     [[nodiscard]] int set(int number, void *data, const long *length);
 
     // Every option but the language to its default value.
     void restore_defaults();
 
     // What the application's side found out about an option's conditions; false when there is no such option.
-    bool set_active(const std::string &name, bool active);
+    [[nodiscard]] bool set_active(const std::string &name, bool active);
 
     // The value with which an option acts: the current one, or the default while the option is inactive or absent from
     // the description (then `otherwise`).
@@ -52,15 +53,18 @@ private:
     };
 
     const std::vector<option_definition> &options() const { return description_.options; }
-    const option_definition &option_at(int number) const { return options()[static_cast<std::size_t>(number) - 1]; }
+    const option_definition &option_at(int number) const { return options()[index_of(number)]; }
+    static std::size_t index_of(int number) { return static_cast<std::size_t>(number) - 1; }
+    template <typename Predicate> int find(Predicate matches) const;
     int find_by_role(option_role role) const;
+    bool is_master(const option_definition &option) const;
     option_value current(int number) const;
     int press(int number);
     bool take_over(int number, const option_value &value, change &changed);
     bool set_language(const option_definition &option, const std::string &word);
     void set_by_role(option_role role, double value);
     void set_area_to_paper(const std::string &paper);
-    bool update_activity();
+    void update_activity();
 
     const profile &description_;
     std::vector<option_value> values_;
@@ -72,8 +76,7 @@ template <typename Value> Value option_store::acting(option_role role, Value oth
     const int number = find_by_role(role);
     if (number == 0)
         return otherwise;
-    const auto index = static_cast<std::size_t>(number) - 1;
-    return std::get<Value>(active_[index] ? values_[index] : options()[index].initial);
+    return std::get<Value>(active_[index_of(number)] ? values_[index_of(number)] : option_at(number).initial);
 }
 
 } // namespace virtual_scanner

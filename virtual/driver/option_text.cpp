@@ -18,7 +18,8 @@ const char *type_name(option_type type)
     return names[static_cast<std::size_t>(type)];
 }
 
-json to_json(const option_value &value)
+// A free text is the user's own and no word of the scanner's, also where it happens to be spelt like one.
+json to_json(const option_definition &option, const option_value &value)
 {
     if (const bool *flag = std::get_if<bool>(&value))
         return *flag;
@@ -26,7 +27,8 @@ json to_json(const option_value &value)
         return *integer;
     if (const double *real = std::get_if<double>(&value))
         return *real;
-    return in_current_language(std::get<std::string>(value));
+    const auto &text = std::get<std::string>(value);
+    return option.values.empty() ? text : in_current_language(text);
 }
 
 json bounds_to_json(const option_definition &option)
@@ -44,7 +46,7 @@ void add_constraint(const option_definition &option, json &text)
     if (option.bounds)
         text["range"] = bounds_to_json(option);
     for (const option_value &value : option.values)
-        text["range"].push_back(to_json(value));
+        text["range"].push_back(to_json(option, value));
 }
 
 void add_dependency(const dependency &depends, json &text)
@@ -66,14 +68,14 @@ std::string option_store::describe(int number) const
     text["auto"] = option.automatic;
     text["readonly"] = option.readonly;
     text["cat"] = option.category;
-    text["enable"] = static_cast<bool>(active_[static_cast<std::size_t>(number) - 1]);
+    text["enable"] = static_cast<bool>(active_[index_of(number)]);
     if (option.fix_id)
         text["fix-id"] = *option.fix_id;
     if (option.depends)
         add_dependency(*option.depends, text);
     if (option.type != option_type::button && option.type != option_type::group) {
-        text["default"] = to_json(option.initial);
-        text["cur"] = to_json(current(number));
+        text["default"] = to_json(option, option.initial);
+        text["cur"] = to_json(option, current(number));
     }
     // An application may set a text that is no UTF-8; what is printed always is.
     return '"' + option.name + "\" : " + text.dump(-1, ' ', false, json::error_handler_t::replace);

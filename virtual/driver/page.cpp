@@ -11,7 +11,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <new>
 
 namespace virtual_scanner {
 
@@ -21,7 +20,6 @@ using tone_table = std::array<unsigned char, 256>;
 
 // A file that does not tell its resolution, when the sheet's own size is asked for.
 constexpr int assumed_dpi = 300;
-constexpr paper_size builtin_paper{210, 297, false};
 
 tone_table tone_of(const page_settings &settings)
 {
@@ -36,10 +34,14 @@ tone_table tone_of(const page_settings &settings)
     return tone;
 }
 
-paper_size own_size(Pix *image)
+// The size that the image tells, in its proportions; at most the largest sheet.
+paper_size own_size(Pix *image, const paper_size &largest)
 {
     const auto to_mm = [](int points, int dpi) { return points * 25.4 / (dpi > 0 ? dpi : assumed_dpi); };
-    return {to_mm(pixGetWidth(image), pixGetXRes(image)), to_mm(pixGetHeight(image), pixGetYRes(image)), false};
+    const double width = to_mm(pixGetWidth(image), pixGetXRes(image));
+    const double height = to_mm(pixGetHeight(image), pixGetYRes(image));
+    const double factor = std::min({1.0, largest.width_mm / width, largest.height_mm / height});
+    return {width * factor, height * factor, false};
 }
 
 struct sheet_image {
@@ -50,11 +52,11 @@ struct sheet_image {
 sheet_image load_sheet(const sheet_side &side, const page_settings &settings)
 {
     if (side.file.empty()) {
-        const paper_size paper = settings.paper.original ? builtin_paper : settings.paper;
+        const paper_size paper = settings.paper.original ? a4_paper : settings.paper;
         return {draw_document({side.sheet, side.back, paper.width_mm, paper.height_mm}, settings.dpi), paper};
     }
     pix_ptr image = read_image(side.file);
-    const paper_size paper = settings.paper.original ? own_size(image.get()) : settings.paper;
+    const paper_size paper = settings.paper.original ? own_size(image.get(), settings.paper) : settings.paper;
     return {std::move(image), paper};
 }
 
@@ -88,7 +90,8 @@ pix_ptr in_mode(pix_ptr image, const page_settings &settings)
     return own(pixConvertRGBToGray(image.get(), 0.299F, 0.587F, 0.114F));
 }
 
-// Exactly the wanted size, or a point off, which the cutting makes up for. Without sharpening, so that greys stay.
+// The wanted size or a point off, as Leptonica rounds; packing makes up for that. Without sharpening, so that greys
+// stay.
 pix_ptr scale(pix_ptr image, int width, int height)
 {
     if (pixGetWidth(image.get()) == width && pixGetHeight(image.get()) == height)
@@ -166,31 +169,37 @@ void pack_rows(Pix *image, int paper_width, int paper_height, const area_mm &are
     }
 }
 
-} // namespace
-
-std::optional<page> scan_side(const sheet_side &side, const page_settings &settings)
+std::optional<page> make_page(const sheet_side &side, const page_settings &settings)
 {
     auto [image, paper] = load_sheet(side, settings);
     if (settings.discard_blank && is_blank(image.get(), settings.blank_limit))
         return std::nullopt;
     if (side.back && settings.rotate_back && pixRotate180(image.get(), image.get()) == nullptr)
-        throw std::bad_alloc();
+        throw pix_error();
     area_mm area = settings.area;
     if (settings.paper.original) {
         area.right = std::min(area.right, paper.width_mm);
         area.bottom = std::min(area.bottom, paper.height_mm);
     }
+    const int paper_width = std::max(1, to_points(paper.width_mm, settings.dpi));
+    const int paper_height = std::max(1, to_points(paper.height_mm, settings.dpi));
+    image = scale(in_mode(std::move(image), settings), paper_width, paper_height);
     page result{format_of(area, settings), side, settings.dpi, {}};
     const auto size =
         static_cast<std::size_t>(result.format.bytes_per_line) * static_cast<std::size_t>(result.format.lines);
     result.data.assign(size, settings.mode == color_mode::lineart ? 0x00 : 0xff);
-    const int paper_width = std::max(1, to_points(paper.width_mm, settings.dpi));
-    const int paper_height = std::max(1, to_points(paper.height_mm, settings.dpi));
-    image = scale(in_mode(std::move(image), settings), paper_width, paper_height);
     pack_rows(image.get(), paper_width, paper_height, area, settings, result);
     if (settings.invert)
         invert(result);
     return result;
+}
+
+} // namespace
+
+std::optional<page> scan_side(const sheet_side &side, const page_settings &settings)
+{
+    return with_image_errors(side.file.empty() ? "built-in document" : side.file,
+                             [&] { return make_page(side, settings); });
 }
 
 } // namespace virtual_scanner

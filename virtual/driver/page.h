@@ -19,7 +19,7 @@ struct page {
 };
 
 // Scans a side; none when blank pages are discarded and this is one. Throws image_error for a file that cannot be
-// read, std::bad_alloc.
+// read and for an image that cannot be made to a page, std::bad_alloc.
 std::optional<page> scan_side(const sheet_side &side, const page_settings &settings);
 
 } // namespace virtual_scanner

@@ -29,9 +29,8 @@ color_channel channel_of(const option_store &options)
 
 paper_size paper_of(const option_store &options, const profile &description)
 {
-    constexpr paper_size a4{210, 297, false};
     const auto found = description.papers.find(options.acting<std::string>(option_role::paper, ""));
-    return found != description.papers.end() ? found->second : a4;
+    return found != description.papers.end() ? found->second : a4_paper;
 }
 
 area_mm area_of(const option_store &options, const paper_size &paper)

@@ -3,17 +3,17 @@
 // nothing after this file has to doubt the description. Tested by driver_profile_test.
 #include "profile.h"
 
-#include "option_ids.h"
+#include "information.h"
 #include "profile_reader.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
+#include <filesystem>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 namespace virtual_scanner {
 
@@ -60,20 +60,17 @@ paper_size read_paper(const profile_node &node)
 information_value read_information(const std::string &name, const profile_node &node)
 {
     node.expect_keys({"value", "writable"});
-    const auto known = std::find_if(std::begin(information_items), std::end(information_items),
-                                    [&](const information_item &item) { return item.name == name; });
-    if (known == std::end(information_items))
+    const information_item *known = find_information_item(std::string_view(name));
+    if (known == nullptr)
         node.fail("no such information item");
-    information_value item{0LL, node.boolean_or("writable", false)};
+    const bool writable = node.boolean_or("writable", false);
     const profile_node value = node.at("value");
-    if (value.value().is_string())
-        item.value = value.text();
-    else
-        item.value = static_cast<long long>(value.integer());
-    const auto *text = std::get_if<std::string>(&item.value);
-    if (text != nullptr && text->size() >= static_cast<std::size_t>(known->length))
+    if (is_number(*known))
+        return {static_cast<long long>(known->length == 1 ? value.integer(0, 255) : value.integer()), writable};
+    std::string text = value.text();
+    if (text.size() >= static_cast<std::size_t>(known->length))
         value.fail("the text is too long for its item");
-    return item;
+    return {std::move(text), writable};
 }
 
 void check_papers(const profile &result, const profile_node &options)
@@ -83,7 +80,8 @@ void check_papers(const profile &result, const profile_node &options)
             continue;
         for (const option_value &value : result.options[i].values)
             if (result.papers.count(std::get<std::string>(value)) == 0)
-                options.at(i).fail("no size is given for the paper \"" + std::get<std::string>(value) + "\"");
+                options.at(i).at("range").fail("no size is given for the paper \"" + std::get<std::string>(value) +
+                                               "\"");
     }
 }
 
@@ -108,9 +106,12 @@ struct file_closer {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
-// With stdio, which unlike a stream tells why a read failed.
+// With stdio, which unlike a stream tells why a read failed. A pipe would wait for its writer, a device never end.
 std::string read_file(const std::string &path)
 {
+    std::error_code unknown;
+    if (std::filesystem::exists(path, unknown) && !std::filesystem::is_regular_file(path, unknown))
+        throw profile_error(path + ": cannot be read: it is no regular file");
     const std::unique_ptr<std::FILE, file_closer> file(std::fopen(path.c_str(), "rbe"));
     std::string text;
     std::array<char, 4096> piece;
@@ -139,8 +140,7 @@ profile parse_profile(std::string_view text, const std::string &file)
 
 profile load_profile()
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment during initialisation
-    const char *path = std::getenv("PELVIRTUAL_PROFILE");
+    const char *path = secure_getenv("PELVIRTUAL_PROFILE");
     if (path == nullptr || *path == '\0')
         return parse_profile(builtin_profile, "built-in profile");
     return parse_profile(read_file(path), path);

@@ -32,6 +32,9 @@ struct paper_size {
     bool original; // the sheet's own size instead; width and height are those of the largest sheet
 };
 
+// Of the built-in document, and of a scanner without papers.
+inline constexpr paper_size a4_paper{210, 297, false};
+
 struct information_value {
     std::variant<std::string, long long> value;
     bool writable;

@@ -1,66 +1,43 @@
 // SPDX-License-Identifier: MIT
-// The options of a profile: types, constraints, dependencies and meanings, each checked against the options before it,
-// so that a condition's master is always known when an application reads the options in order.
+// The options of a profile: types, constraints, defaults, dependencies and what is set along, each checked on its own
+// first and then against the other options. Tested by driver_profile_test.
 #include "profile_reader.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstring>
 #include <set>
 #include <utility>
 
 namespace virtual_scanner {
 
+bool allows(const option_definition &option, const option_value &value)
+{
+    if (!option.values.empty())
+        return std::find(option.values.begin(), option.values.end(), value) != option.values.end();
+    if (option.type == option_type::text)
+        return std::get<std::string>(value).size() < static_cast<std::size_t>(option.size);
+    return !option.bounds || (as_number(value) >= option.bounds->min && as_number(value) <= option.bounds->max);
+}
+
 namespace {
 
-constexpr std::pair<std::string_view, option_type> type_names[] = {
-    {"bool", option_type::boolean}, {"int", option_type::integer},   {"float", option_type::real},
-    {"string", option_type::text},  {"button", option_type::button}, {"group", option_type::group},
-};
-
-struct role_name {
+struct type_name {
     std::string_view name;
-    option_role role;
     option_type type;
 };
 
-constexpr role_name role_names[] = {
-    {"mode", option_role::mode, option_type::text},
-    {"resolution", option_role::resolution, option_type::integer},
-    {"left", option_role::left, option_type::real},
-    {"top", option_role::top, option_type::real},
-    {"right", option_role::right, option_type::real},
-    {"bottom", option_role::bottom, option_type::real},
-    {"paper", option_role::paper, option_type::text},
-    {"sides", option_role::sides, option_type::text},
-    {"job", option_role::job, option_type::text},
-    {"page-limit", option_role::page_limit, option_type::integer},
-    {"brightness", option_role::brightness, option_type::integer},
-    {"contrast", option_role::contrast, option_type::integer},
-    {"gamma", option_role::gamma, option_type::real},
-    {"threshold", option_role::threshold, option_type::integer},
-    {"channel", option_role::channel, option_type::text},
-    {"invert", option_role::invert, option_type::boolean},
-    {"rotate-back", option_role::rotate_back, option_type::boolean},
-    {"discard-blank", option_role::discard_blank, option_type::boolean},
-    {"blank-limit", option_role::blank_limit, option_type::integer},
-    {"language", option_role::language, option_type::text},
-    {"restore", option_role::restore, option_type::button},
+constexpr type_name type_names[] = {
+    {"bool", option_type::boolean}, {"int", option_type::integer},   {"float", option_type::real},
+    {"string", option_type::text},  {"button", option_type::button}, {"group", option_type::group},
 };
-
-template <typename Table> const auto *find_name(const Table &table, const std::string &name)
-{
-    const auto found =
-        std::find_if(std::begin(table), std::end(table), [&](const auto &entry) { return std::get<0>(entry) == name; });
-    return found == std::end(table) ? nullptr : &*found;
-}
 
 option_type read_type(const profile_node &node)
 {
     const auto *entry = find_name(type_names, node.text());
     if (entry == nullptr)
         node.fail("no such type");
-    return entry->second;
+    return entry->type;
 }
 
 std::string read_name(const profile_node &node)
@@ -116,18 +93,8 @@ void read_range(option_definition &option, const profile_node &range)
         range.fail("an empty list allows nothing");
 }
 
-bool allows(const option_definition &option, const option_value &value)
-{
-    if (!option.values.empty())
-        return std::find(option.values.begin(), option.values.end(), value) != option.values.end();
-    if (!option.bounds)
-        return true;
-    const int *integer = std::get_if<int>(&value);
-    const double number = integer != nullptr ? *integer : std::get<double>(value);
-    return number >= option.bounds->min && number <= option.bounds->max;
-}
-
-// A text needs its terminator and some room, so that a word of another language fits in.
+// The longest word of the default language with its terminator and three bytes to spare; where translations are longer,
+// the profile gives a size.
 int least_size(const option_definition &option)
 {
     if (option.type != option_type::text)
@@ -148,26 +115,6 @@ void read_value_keys(option_definition &option, const profile_node &node)
     option.initial = read_value(option.type, node.at("default"));
     if (!allows(option, option.initial))
         node.at("default").fail("the default is not an allowed value");
-}
-
-void read_role(option_definition &option, const profile_node &node)
-{
-    const auto found = std::find_if(std::begin(role_names), std::end(role_names),
-                                    [&](const role_name &entry) { return entry.name == node.text(); });
-    if (found == std::end(role_names))
-        node.fail("no such meaning");
-    if (found->type != option.type)
-        node.fail("an option of this type cannot mean that");
-    option.role = found->role;
-}
-
-void read_meanings(option_definition &option, const profile_node &node)
-{
-    node.each_member([&](const std::string &word, const profile_node &meaning) {
-        if (!allows(option, option_value(word)))
-            meaning.fail("not an allowed value of the option");
-        option.meanings[word] = meaning.text();
-    });
 }
 
 void read_dependency(option_definition &option, const profile_node &list, bool all)
@@ -210,10 +157,7 @@ option_definition read_option(const profile_node &node)
     if (node.has("range"))
         read_range(option, node.at("range"));
     read_value_keys(option, node);
-    if (node.has("means"))
-        read_role(option, node.at("means"));
-    if (node.has("meanings"))
-        read_meanings(option, node.at("meanings"));
+    read_role(option, node);
     if (node.has("depend_or") && node.has("depend_and"))
         node.fail("\"depend_or\" and \"depend_and\" exclude each other");
     if (node.has("depend_or"))
@@ -223,33 +167,46 @@ option_definition read_option(const profile_node &node)
     return option;
 }
 
-const option_definition *find_option(const std::vector<option_definition> &options, const std::string &name)
-{
-    const auto found =
-        std::find_if(options.begin(), options.end(), [&](const option_definition &o) { return o.name == name; });
-    return found == options.end() ? nullptr : &*found;
-}
-
 // Words are compared in the user's language, which an application can translate only when it knows the master already.
 void check_masters(const std::vector<option_definition> &options, std::size_t index, const profile_node &node)
 {
     if (!options[index].depends)
         return;
+    const profile_node list = node.at(options[index].depends->all ? "depend_and" : "depend_or");
     for (const condition &condition : options[index].depends->conditions) {
-        const option_definition *master = find_option(options, condition.master);
+        const option_definition *master = find_name(options, condition.master);
         if (master == nullptr)
-            node.fail("a condition names \"" + condition.master + "\", which is no option");
+            list.fail("a condition names \"" + condition.master + "\", which is no option");
         if (master->type == option_type::text && master >= &options[index])
-            node.fail("\"" + condition.master + "\" has to stand before what depends on it");
+            list.fail("\"" + condition.master + "\" has to stand before what depends on it");
     }
+}
+
+// Whether the text is that of a value which the option allows, as it is looked up when a value is set.
+bool allows_text(const option_definition &option, const std::string &text)
+{
+    if (option.type == option_type::boolean)
+        return text == "true" || text == "false";
+    if (!option.values.empty())
+        return std::any_of(option.values.begin(), option.values.end(),
+                           [&](const option_value &value) { return to_condition_text(value) == text; });
+    if (option.type != option_type::integer && option.type != option_type::real)
+        return option.type == option_type::text && allows(option, text);
+    const auto is_text_of = [&](auto number) {
+        std::from_chars(text.data(), text.data() + text.size(), number);
+        return to_condition_text(number) == text && allows(option, number);
+    };
+    return option.type == option_type::real ? is_text_of(0.0) : is_text_of(0);
 }
 
 void read_sets(std::vector<option_definition> &options, std::size_t index, const profile_node &sets)
 {
     sets.each_member([&](const std::string &value, const profile_node &list) {
+        if (!allows_text(options[index], value))
+            list.fail("not an allowed value of the option");
         assignments &settings = options[index].sets[value];
         list.each_member([&](const std::string &name, const profile_node &node) {
-            const option_definition *target = find_option(options, name);
+            const option_definition *target = find_name(options, name);
             if (target == nullptr || target == &options[index])
                 node.fail("no other option has this name");
             settings.emplace_back(name, read_value(target->type, node));
@@ -265,7 +222,7 @@ void check_sets(const std::vector<option_definition> &options, const profile_nod
     for (std::size_t i = 0; i < options.size(); ++i)
         for (const auto &[value, settings] : options[i].sets)
             for (const auto &[name, setting] : settings)
-                if (!find_option(options, name)->sets.empty())
+                if (!find_name(options, name)->sets.empty())
                     list.at(i).fail("\"" + name + "\" sets further options itself");
 }
 

@@ -59,7 +59,7 @@ int profile_node::integer(int min, int max) const
 {
     if (!value_.is_number_integer())
         fail("an integer is expected");
-    const auto number = value_.get<long long>();
+    const auto number = value_.get<double>(); // exact for what is in bounds, and too large for what is not
     if (number < min || number > max)
         fail("the number is out of bounds");
     return static_cast<int>(number);

@@ -7,9 +7,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <initializer_list>
+#include <iterator>
 #include <limits>
 #include <string>
+#include <string_view>
 
 namespace virtual_scanner {
 
@@ -52,6 +55,20 @@ private:
     const json &value_;
     std::string place_;
 };
+
+// The entry of a table whose entries have a `name`, null when there is none.
+template <typename Table> const auto *find_name(const Table &table, std::string_view name)
+{
+    const auto found =
+        std::find_if(std::begin(table), std::end(table), [&](const auto &entry) { return entry.name == name; });
+    return found == std::end(table) ? nullptr : &*found;
+}
+
+// Whether the option's constraint allows a value of its type.
+bool allows(const option_definition &option, const option_value &value);
+
+// "means" and "meanings" of an option whose type and values are read.
+void read_role(option_definition &option, const profile_node &node);
 
 std::vector<option_definition> read_options(const profile_node &list);
 

@@ -17,16 +17,15 @@ namespace {
 
 std::string feed_folder()
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment while a device is opened
-    const char *folder = std::getenv("PELVIRTUAL_FEED");
+    const char *folder = secure_getenv("PELVIRTUAL_FEED");
     return folder != nullptr ? folder : "";
 }
 
 } // namespace
 
 session::session(std::shared_ptr<const profile> description, std::uintptr_t handle, stop_flag &stop, events &reports)
-    : description_(std::move(description)), handle_(handle), stop_(stop), reports_(reports), options_(*description_),
-      information_(*description_), feeder_(feed_folder(), description_->feeder.sheets)
+    : log_(open_log()), description_(std::move(description)), handle_(handle), stop_(stop), reports_(reports),
+      options_(*description_), information_(*description_), feeder_(feed_folder(), description_->feeder.sheets)
 {
 }
 
@@ -90,6 +89,7 @@ int session::start()
     if (!page_)
         return end_job(SCANNER_ERR_DEVICE_NO_PAPER);
     delivered_ = 0;
+    is_finished_ = false;
     ++pages_;
     return SCANNER_ERR_OK;
 }
@@ -120,12 +120,20 @@ int session::read(void *data, long *count)
     if (amount == 0) {
         page_->data = {}; // a large page is not kept for an application that only leaves the device open
         delivered_ = 0;
+        is_finished_ = true;
         return SCANNER_ERR_NO_DATA;
     }
     std::memcpy(data, &page_->data[delivered_], amount);
     delivered_ += amount;
     *count = static_cast<long>(amount);
     return SCANNER_ERR_OK;
+}
+
+// The parameters asked for between two pages are those of the next one, with the settings that it will have.
+void session::drop_finished_page()
+{
+    if (is_finished_)
+        page_.reset();
 }
 
 int session::image_info_of(void *info, int size) const

@@ -33,19 +33,21 @@ public:
     // side whose file cannot be read (the next start goes on after it), 2 when a stop comes meanwhile.
     [[nodiscard]] int start();
 
-    // Delivers the page: 0 with at least one byte, 266 at its end, 268 without a page, 2 once after a stop. *count is
-    // 0 with every code but 0.
+    // Delivers the page: 0 with at least one byte, 266 at its end, again and again until an option is set, 268 without
+    // a page, 2 once after a stop. *count is 0 with every code but 0.
     [[nodiscard]] int read(void *data, long *count);
 
 private:
     std::optional<page> scan_next(const page_settings &settings);
     int begin_job();
     int end_job(int answer);
+    void drop_finished_page();
     bool is_stop_requested() const { return stop_.is_requested(handle_); }
     bool take_stop();
     image_info describe_image() const;
     void post(int event);
 
+    std::shared_ptr<void> log_;
     std::shared_ptr<const profile> description_;
     std::uintptr_t handle_;
     stop_flag &stop_;
@@ -57,6 +59,7 @@ private:
     int pages_ = 0; // of the job
     std::optional<page> page_;
     std::size_t delivered_ = 0; // bytes of the page
+    bool is_finished_ = false;  // the page's end was told
 };
 
 } // namespace virtual_scanner

@@ -36,10 +36,8 @@ int session::set_parameter(const void *option, void *data, const long *length)
     if (!key.is_option)
         return SCANNER_ERR_INVALID_PARAMETER;
     const int answer = options_.set(key.number, data, length);
-    const bool changed_image = answer == SCANNER_ERR_RELOAD_IMAGE_PARAM || answer == SCANNER_ERR_RELOAD_OPT_PARAM;
-    // The parameters asked for between two pages are those of the next one.
-    if (changed_image && page_ && delivered_ == page_->data.size())
-        page_.reset();
+    if (answer != SCANNER_ERR_INVALID_PARAMETER && answer != SCANNER_ERR_ACCESS_DENIED)
+        drop_finished_page();
     return answer;
 }
 
@@ -47,6 +45,7 @@ int session::control(unsigned long code, const void *data)
 {
     if (code == control_restore_defaults) {
         options_.restore_defaults();
+        drop_finished_page();
         return SCANNER_ERR_CONFIGURATION_CHANGED;
     }
     if (code != KX_CONTROL_OPTION_ENABLED)

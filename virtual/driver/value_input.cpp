@@ -14,12 +14,6 @@ namespace {
 
 const value_input refusal{value_input::refused, {}};
 
-double as_number(const option_value &value)
-{
-    const int *integer = std::get_if<int>(&value);
-    return integer != nullptr ? *integer : std::get<double>(value);
-}
-
 double nearest_listed(const std::vector<option_value> &values, double wanted)
 {
     double best = as_number(values.front());
@@ -77,10 +71,17 @@ value_input read_text(const option_definition &option, const void *data, long le
     return {value_input::exact, wanted};
 }
 
+// An option's size is that of the value which applications see: a "float" is a 32-bit word there and a double here.
+long length_of(const option_definition &option)
+{
+    return option.type == option_type::real ? static_cast<long>(sizeof(double)) : option.size;
+}
+
 } // namespace
 
-value_input read_value(const option_definition &option, const void *data, long length)
+value_input read_value(const option_definition &option, const void *data, const long *given)
 {
+    const long length = given != nullptr ? *given : length_of(option);
     switch (option.type) {
     case option_type::boolean:
         return length < 1 ? refusal : value_input{value_input::exact, *static_cast<const unsigned char *>(data) != 0};

@@ -12,11 +12,12 @@ struct value_input {
     option_value value; // the allowed value to take over, unless refused
 };
 
-// Reads a value of the option's type: bool 1 byte, int 4 bytes, float a double, text up to its NUL or `length` bytes.
+// Reads a value of the option's type: bool 1 byte, int 4 bytes, float a double, text up to its NUL or *length bytes;
+// without a length as much as the type takes.
 // A number that is not allowed becomes the nearest allowed one (of two equally near the smaller) and counts as
 // adjusted; a text that is not allowed, in the current language or the default one, is refused, and so are NaN and a
 // length shorter than the type takes.
-value_input read_value(const option_definition &option, const void *data, long length);
+value_input read_value(const option_definition &option, const void *data, const long *length);
 
 // Writes an adjusted number back over the one that was read. Texts are never written back.
 void write_back(const option_value &value, void *data);

@@ -4,11 +4,10 @@
 #include "words.h"
 
 #include "langkit.h"
+#include "langkit_control.h"
 
-extern "C" {
-__attribute__((weak)) int langkit_set_language(const char *tag);
-__attribute__((weak)) const char *langkit_language(void);
-}
+#pragma weak langkit_set_language
+#pragma weak langkit_language
 
 namespace virtual_scanner {
 
