@@ -4,7 +4,6 @@
 #include "number_text.h"
 
 #include <charconv>
-#include <clocale>
 #include <limits>
 #include <locale.h>
 #include <stdlib.h>
