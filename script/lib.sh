@@ -9,7 +9,7 @@ build_packages=(cmake g++ libcjson-dev libleptonica-dev libsane-dev ninja-build 
 # shellcheck disable=SC2034
 scan_packages=(sane-utils)
 # shellcheck disable=SC2034
-test_packages=(libgtest-dev libsane1 locales python3 python3-pil python3-sane sane-utils valgrind)
+test_packages=(libgtest-dev libsane1 locales python3 python3-jsonschema python3-pil python3-sane sane-utils valgrind)
 # shellcheck disable=SC2034
 gui_packages=(dbus dbus-bin imagemagick simple-scan xauth xdotool xvfb)
 

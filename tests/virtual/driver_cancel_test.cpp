@@ -21,13 +21,13 @@ protected:
     }
 };
 
-// A device whose pages take an hour to pass.
+// A device whose pages take more than an hour to pass.
 class driver_cancel_of_a_slow_device : public ::testing::Test {
 protected:
     driver_cancel_of_a_slow_device()
-        : profile_("PELVIRTUAL_PROFILE", write_file(folder_.file("slow.json"), R"({
+        : profile_("PELVIRTUAL_PROFILES", write_file(folder_.file("slow.json"), R"({
               "device": {"name": "slow", "vendor": "v", "model": "m", "type": "t"},
-              "feeder": {"page_time_ms": 3600000},
+              "pages_per_minute": 0.01,
               "papers": {}, "information": {}, "options": []})")
                                              .c_str())
     {

@@ -177,7 +177,7 @@ TEST_F(driver_feed, says_which_image_cannot_be_made_to_a_page_of_the_size_wanted
         {"name": "paper", "type": "string", "title": 1, "desc": 2, "range": ["Huge"], "default": "Huge", "means": "paper"},
         {"name": "resolution", "type": "int", "title": 1, "desc": 2, "range": [1200], "default": 1200,
          "means": "resolution"}]})");
-    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
     restart();
     write_gray("1.pgm", 10);
     scanner device;

@@ -57,10 +57,13 @@ struct scanned_page {
     }
 };
 
-// The device "virtual:duplex-feeder", opened.
+// A device, opened: the first one unless it is named.
 class scanner {
 public:
-    scanner() { EXPECT_EQ(0, kx_scanner_open(&handle_, "", 0, nullptr, nullptr, nullptr, nullptr)); }
+    explicit scanner(const char *name = "")
+    {
+        EXPECT_EQ(0, kx_scanner_open(&handle_, name, 0, nullptr, nullptr, nullptr, nullptr));
+    }
     ~scanner() { kx_scanner_close(handle_, 1); }
     scanner(const scanner &) = delete;
     scanner &operator=(const scanner &) = delete;

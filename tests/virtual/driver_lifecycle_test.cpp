@@ -294,9 +294,9 @@ TEST(driver_lifecycle, keeps_its_log_for_a_call_that_is_still_under_way_at_its_e
     const temporary_folder folder;
     const std::string path = write_file(folder.file("profile.json"), R"({
         "device": {"name": "test:slow", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
-        "feeder": {"page_time_ms": 300}, "papers": {}, "information": {}, "options": []})");
+        "pages_per_minute": 200, "papers": {}, "information": {}, "options": []})");
     write_file(folder.file("1.png"), "no image");
-    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
     const environment_variable feed("PELVIRTUAL_FEED", folder.file("").c_str());
     listener frontend(0);
     ASSERT_EQ(0, kx_scanner_initialize(listener::callback, &frontend));

@@ -20,7 +20,7 @@ protected:
     std::string complaint_about(const std::string &text) const
     {
         const std::string path = write_file(folder_.file("profile.json"), text);
-        const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+        const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
         return complaint(path);
     }
 
@@ -51,7 +51,7 @@ TEST_F(driver_profile, may_describe_another_device)
     const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
         {"name": "speed", "type": "int", "title": 1, "desc": 2, "range": [1, 2], "default": 2, "fix-id": 35000},
         {"name": "left-out", "type": "bool", "title": 1, "desc": 2, "default": true, "depend_or": "speed==1"})"));
-    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
     ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
     _device record{};
     int count = 1;
@@ -78,7 +78,7 @@ TEST_F(driver_profile, may_have_the_smallest_sheets_and_the_lowest_resolution)
         {"name": "paper", "type": "string", "title": 1, "desc": 2, "range": ["Tiny"], "default": "Tiny", "means": "paper"},
         {"name": "resolution", "type": "int", "title": 1, "desc": 2, "range": [25], "default": 25,
          "means": "resolution"}]})");
-    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
     ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
     {
         scanner device;
@@ -91,7 +91,7 @@ TEST_F(driver_profile, may_have_the_smallest_sheets_and_the_lowest_resolution)
 TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
 {
     const std::string missing = folder_.file("missing.json");
-    const environment_variable profile("PELVIRTUAL_PROFILE", missing.c_str());
+    const environment_variable profile("PELVIRTUAL_PROFILES", missing.c_str());
     EXPECT_EQ("cannot be read: No such file or directory", complaint(missing));
 }
 
@@ -99,10 +99,8 @@ TEST_F(driver_profile, that_is_no_regular_file_is_named_with_the_reason)
 {
     const std::string pipe = folder_.file("pipe");
     ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
-    for (const std::string &path : {folder_.file(""), pipe}) {
-        const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
-        EXPECT_EQ("cannot be read: it is no regular file", complaint(path));
-    }
+    const environment_variable profile("PELVIRTUAL_PROFILES", pipe.c_str());
+    EXPECT_EQ("cannot be read: it is no regular file", complaint(pipe));
 }
 
 TEST_F(driver_profile, that_is_no_json_is_named_with_line_and_column)
@@ -261,7 +259,7 @@ TEST_F(driver_profile, with_options_that_switch_each_other_off_in_a_circle_still
     const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
         {"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1, "depend_and": "b==2"},
         {"name": "b", "type": "int", "title": 1, "desc": 2, "default": 1, "depend_and": "a==2"})"));
-    const environment_variable profile("PELVIRTUAL_PROFILE", path.c_str());
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
     ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
     {
         scanner device;

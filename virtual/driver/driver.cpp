@@ -1,32 +1,57 @@
 // SPDX-License-Identifier: MIT
-// Initialisation to end. The profile is shared by all sessions and read afresh at each initialisation.
-// Tested by driver_lifecycle_test.
+// Initialisation to end. The profiles are shared by all sessions and read afresh at each initialisation.
+// Tested by driver_lifecycle_test, driver_devices_test.
 #include "driver.h"
 
 #include "delivery.h"
+#include "kx_scanner.h"
 #include "log.h"
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 #include <string>
+#include <system_error>
+#include <utility>
 
 namespace virtual_scanner {
 
 namespace {
 
-std::shared_ptr<const profile> load_profile_or_log()
+void fill_field(char (&field)[256], const std::string &text)
+{
+    std::memcpy(field, text.c_str(), std::min(text.size() + 1, sizeof field));
+}
+
+std::unique_ptr<folder_watch> watch_or_log(const std::vector<std::string> &folders)
 {
     try {
-        return std::make_shared<const profile>(load_profile());
-    } catch (const profile_error &error) {
-        CriticalLog(driver_log(), "The scanner's profile cannot be used: %s", error.what());
+        return folders.empty() ? nullptr : std::make_unique<folder_watch>(folders);
+    } catch (const std::system_error &error) {
+        WarnLog(driver_log(), "Changes of the profiles are not noticed: %s", error.what());
         return nullptr;
     }
 }
 
-void fill_field(char (&field)[256], const std::string &text)
+std::unique_ptr<control_socket> listen_or_log(control_socket::obey_function obey)
 {
-    std::memcpy(field, text.c_str(), std::min(text.size() + 1, sizeof field));
+    try {
+        const auto path = control_path();
+        return path ? std::make_unique<control_socket>(*path, std::move(obey)) : nullptr;
+    } catch (const std::runtime_error &error) {
+        WarnLog(driver_log(), "No commands are taken: %s", error.what());
+        return nullptr;
+    }
+}
+
+_device record_of(const device_identity &identity)
+{
+    _device record{};
+    fill_field(record.name, identity.name);
+    fill_field(record.vendor, identity.vendor);
+    fill_field(record.model, identity.model);
+    fill_field(record.type, identity.type);
+    return record;
 }
 
 } // namespace
@@ -51,26 +76,71 @@ int driver::initialize(kx_event_callback callback, void *parameter)
     log_ = open_log();
     if (!user_.empty())
         InfoLog(driver_log(), "used by %s", user_.c_str());
-    profile_ = load_profile_or_log();
+    faults_.load();
+    if (const int answer = faults_.take_answer(driver_call::initialize).value_or(SCANNER_ERR_OK)) {
+        log_.reset();
+        return answer;
+    }
+    devices_.load();
     information_.reset();
-    if (profile_ != nullptr)
-        information_.emplace(*profile_);
-    events_.start(callback, parameter);
+    if (const auto first = devices_.find(""); first != nullptr)
+        information_.emplace(*first);
+    start_service(callback, parameter);
     initialized_ = true;
     return SCANNER_ERR_OK;
 }
 
+// A profile that came after the list was made and before its folder was watched is found by the second look.
+void driver::start_service(kx_event_callback callback, void *parameter)
+{
+    service::duties duties;
+    duties.callback = callback;
+    duties.parameter = parameter;
+    duties.folders = watch_or_log(devices_.folders());
+    duties.look_at_folders = [this] { control_.look_at_profiles(); };
+    if (duties.folders)
+        devices_.rescan();
+    duties.control = listen_or_log([this](std::string_view line) { return control_.obey(line); });
+    duties.keeps_time = has_events();
+    service_.start(std::move(duties));
+}
+
+bool driver::has_events()
+{
+    const std::vector<device> known = devices_.list();
+    return std::any_of(known.begin(), known.end(), [this](const device &each) {
+        return !faults_.events_of(each.name, each.description->faults).empty();
+    });
+}
+
 int driver::uninitialize()
 {
-    if (!events_.stop())
+    if (!service_.stop())
         return SCANNER_ERR_INVALID_STATE;
     const std::lock_guard<std::mutex> guard(lock_);
     handles_.clear();
     information_.reset();
-    profile_.reset();
+    devices_.clear();
+    faults_.reset();
     initialized_ = false;
     log_.reset();
     return SCANNER_ERR_OK;
+}
+
+std::vector<device> driver::present_devices()
+{
+    std::vector<device> present = devices_.list();
+    const auto is_gone = [this](const device &each) {
+        return faults_.of(each.name, each.description->faults)->is_gone();
+    };
+    present.erase(std::remove_if(present.begin(), present.end(), is_gone), present.end());
+    return present;
+}
+
+std::shared_ptr<const profile> driver::first_present()
+{
+    const std::vector<device> present = present_devices();
+    return present.empty() ? nullptr : present.front().description;
 }
 
 int driver::enumerate(void *records, int *count)
@@ -78,34 +148,55 @@ int driver::enumerate(void *records, int *count)
     const std::lock_guard<std::mutex> guard(lock_);
     if (!initialized_)
         return SCANNER_ERR_NOT_READY;
-    if (count == nullptr || profile_ == nullptr)
+    if (count == nullptr || devices_.has_failed())
         return SCANNER_ERR_INVALID_PARAMETER;
+    if (const int answer = faults_.take_answer(driver_call::enumerate).value_or(SCANNER_ERR_OK))
+        return answer;
+    const std::vector<device> listed = present_devices();
     const int room = *count;
-    *count = 1;
-    if (records == nullptr || room < 1)
+    *count = static_cast<int>(listed.size());
+    if (*count > 0 && (records == nullptr || room < *count))
         return SCANNER_ERR_INSUFFICIENT_MEMORY;
-    _device record{};
-    fill_field(record.name, profile_->device.name);
-    fill_field(record.vendor, profile_->device.vendor);
-    fill_field(record.model, profile_->device.model);
-    fill_field(record.type, profile_->device.type);
-    std::memcpy(records, &record, sizeof record);
+    auto *place = static_cast<unsigned char *>(records);
+    for (const device &each : listed) {
+        const _device record = record_of(each.description->device);
+        std::memcpy(place, &record, sizeof record);
+        place += sizeof record;
+    }
     return SCANNER_ERR_OK;
 }
 
-int driver::open(void **handle, const char *name)
+// A device that asks once is content with the answer: the caller opens it a second time only when it has one.
+bool driver::grants_access(const profile &description, bool &need_auth)
+{
+    if (description.access == access_rule::asks_once)
+        need_auth = asked_.insert(description.device.name).second;
+    return description.access != access_rule::denied && !need_auth;
+}
+
+int driver::open(void **handle, const char *name, bool &need_auth)
 {
     const std::lock_guard<std::mutex> guard(lock_);
     if (!initialized_)
         return SCANNER_ERR_NOT_READY;
-    if (handle == nullptr || name == nullptr || profile_ == nullptr)
+    if (handle == nullptr || name == nullptr)
         return SCANNER_ERR_INVALID_PARAMETER;
-    if (*name != '\0' && profile_->device.name != name)
+    const auto description = *name != '\0' ? devices_.find(name) : first_present();
+    if (description == nullptr)
         return SCANNER_ERR_INVALID_PARAMETER;
-    *handle = handles_.add([this](std::uintptr_t number, stop_flag &stop) {
-        return std::make_shared<session>(profile_, number, stop, events_);
+    const auto faults = faults_.of(description->device.name, description->faults);
+    if (const int answer = faults->answer_to_open(need_auth); answer != SCANNER_ERR_OK)
+        return answer;
+    if (!grants_access(*description, need_auth))
+        return SCANNER_ERR_ACCESS_DENIED;
+    *handle = handles_.add([&](std::uintptr_t number, stop_flag &stop) {
+        return std::make_shared<session>(description, faults, number, stop, events_);
     });
-    return *handle != nullptr ? SCANNER_ERR_OK : SCANNER_ERR_DEVICE_BUSY;
+    if (*handle == nullptr)
+        return SCANNER_ERR_DEVICE_BUSY;
+    const std::string &device = description->device.name;
+    control_.arrange(faults_.events_of(device, description->faults), device, *handle);
+    return SCANNER_ERR_OK;
 }
 
 int driver::get_log_text(void *data, long *length)

@@ -1,54 +1,53 @@
 // SPDX-License-Identifier: MIT
-// The driver's events and the thread that reports them.
+// The driver's events on their way to the frontend.
 #ifndef PELSANE_VIRTUAL_EVENTS_H
 #define PELSANE_VIRTUAL_EVENTS_H
 
-#include "kx_scanner.h"
-
-#include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <thread>
+#include <optional>
 
 namespace virtual_scanner {
 
-// This scanner's own event codes. They come with the device's handle and without data.
+// This scanner's own event codes. They come with the device's handle, and but for a button without data.
 enum : int {
     event_job_started = 0x100, // the first sheet of a job moves
     event_job_ended = 0x101,   // the feeder ran empty, the job's pages are scanned, or it was stopped
+    event_button = 0x102,      // data: the button's number from 1, an unsigned int
+    event_paper_in = 0x103,
+    event_paper_out = 0x104,
+    event_cover_opened = 0x105,
+    event_cover_closed = 0x106,
+    event_sleep = 0x107,
+    event_wake = 0x108,
 };
 
+struct report {
+    void *device;
+    int event;
+    unsigned int button; // 0: none
+};
+
+// What is to be reported, in order. Filled by any thread, emptied by the service thread.
 class events {
 public:
-    events() = default;
-    ~events() { stop(); }
-    events(const events &) = delete;
-    events &operator=(const events &) = delete;
+    // Reports are kept from here on, and each wakes the thread that waits for this descriptor of an event counter.
+    void begin(int wake_up);
+    // What was not reported is dropped.
+    void end();
 
-    // Starts the thread, which asks first whether anyone listens. Without a callback there is no thread.
-    void start(kx_event_callback callback, void *parameter);
+    // Reports an event soon, if anyone is there to report it. Does not wait. Dropped when thousands wait already.
+    void post(void *device, int event, unsigned int button = 0);
 
-    // Ends the thread after the report that it is at; what was not reported is dropped. Of several callers each waits
-    // for this end. False, with nothing done, on the thread itself, which cannot.
-    bool stop();
+    std::optional<report> take();
 
-    // Reports an event soon, in order, if anyone listens. Does not wait.
-    void post(void *device, int event);
+    // Held while the process is forked, so that the copy is whole.
+    std::mutex &lock() { return lock_; }
 
 private:
-    struct pending {
-        void *device;
-        int event;
-    };
-
-    void run(kx_event_callback callback, void *parameter);
-
-    std::mutex thread_lock_; // over the thread's start and end
-    std::thread thread_;
     std::mutex lock_; // over the rest
-    std::condition_variable changed_;
-    std::deque<pending> queue_;
-    bool is_running_ = false;
+    std::deque<report> queue_;
+    int wake_up_ = -1; // between begin and end
 };
 
 } // namespace virtual_scanner

@@ -34,6 +34,16 @@ std::shared_ptr<session> handle_table::find(void *handle)
     return handle != nullptr && found.handle == reinterpret_cast<std::uintptr_t>(handle) ? found.opened : nullptr;
 }
 
+std::vector<void *> handle_table::handles_of(std::string_view device)
+{
+    const std::lock_guard<std::mutex> guard(lock_);
+    std::vector<void *> handles;
+    for (const place &each : places_)
+        if (each.handle != 0 && (device.empty() || each.opened->device_name() == device))
+            handles.push_back(reinterpret_cast<void *>(each.handle.load()));
+    return handles;
+}
+
 bool handle_table::remove(void *handle)
 {
     std::shared_ptr<session> closed; // ends outside the lock

@@ -12,6 +12,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string_view>
+#include <vector>
 
 namespace virtual_scanner {
 
@@ -24,6 +26,9 @@ public:
 
     // The session, null for a handle that is not open. It lives on while the caller holds it.
     std::shared_ptr<session> find(void *handle);
+
+    // Those that are open of a device, or of all when it has no name.
+    std::vector<void *> handles_of(std::string_view device);
 
     // False for a handle that is not open.
     bool remove(void *handle);

@@ -3,6 +3,8 @@
 // Tested by driver_feed_test.
 #include "image_file.h"
 
+#include "raw_pnm.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -59,7 +61,10 @@ std::vector<std::string> list_images(const std::string &folder)
 
 pix_ptr read_image(const std::string &path)
 {
-    return with_image_errors(path, [&] { return flatten(own(pixRead(path.c_str())).get()); });
+    return with_image_errors(path, [&] {
+        pix_ptr image = read_raw_pnm(path);
+        return image != nullptr ? std::move(image) : flatten(own(pixRead(path.c_str())).get());
+    });
 }
 
 } // namespace virtual_scanner

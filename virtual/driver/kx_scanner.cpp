@@ -13,6 +13,7 @@
 #include <new>
 
 using virtual_scanner::driver;
+using virtual_scanner::driver_call;
 using virtual_scanner::driver_log;
 using virtual_scanner::session;
 
@@ -34,13 +35,24 @@ template <typename Call> int guarded(Call call) noexcept
 }
 
 // The session is held for the call and its failures, so that a close in between ends it, and the log with it,
-// afterwards.
-template <typename Call> int with_session(void *handle, Call call) noexcept
+// afterwards. `option` is the key of the option that the call is about, null without one.
+template <typename Call> int with_session(void *handle, driver_call kind, const void *option, Call call) noexcept
 {
     return guarded([&] {
         const auto opened = driver::instance().handles().find(handle);
-        return opened != nullptr ? guarded([&] { return call(*opened); }) : SCANNER_ERR_INVALID_PARAMETER;
+        if (opened == nullptr)
+            return int{SCANNER_ERR_INVALID_PARAMETER};
+        return guarded([&]() -> int {
+            if (!opened->has_faults())
+                return call(*opened);
+            return opened->answer_with_faults(kind, option, [&] { return call(*opened); });
+        });
     });
+}
+
+template <typename Call> int with_session(void *handle, driver_call kind, Call call) noexcept
+{
+    return with_session(handle, kind, nullptr, call);
 }
 
 } // namespace
@@ -87,44 +99,52 @@ int kx_scanner_enum(void *records, int *count, int)
 
 int kx_scanner_open(void **handle, const char *name, int, const char *, const char *, const char *, char *need_auth)
 {
+    bool asks = false;
+    const int answer = guarded([&] { return driver::instance().open(handle, name, asks); });
     if (need_auth != nullptr)
-        *need_auth = 0;
-    return guarded([&] { return driver::instance().open(handle, name); });
+        *need_auth = asks ? 1 : 0;
+    return answer;
 }
 
 int kx_scanner_close(void *handle, int)
 {
-    return guarded(
-        [&] { return driver::instance().handles().remove(handle) ? SCANNER_ERR_OK : SCANNER_ERR_INVALID_PARAMETER; });
+    return guarded([&] {
+        const auto closed = driver::instance().handles().find(handle);
+        if (!driver::instance().handles().remove(handle))
+            return int{SCANNER_ERR_INVALID_PARAMETER};
+        return closed->answer_to_close();
+    });
 }
 
 int kx_scanner_get_parameter(void *handle, const void *option, void *data, long *length, int *id)
 {
     if (virtual_scanner::names_driver_log(option))
         return guarded([&] { return driver::instance().get_log_text(data, length); });
-    return with_session(handle, [&](session &opened) { return opened.get_parameter(option, data, length, id); });
+    return with_session(handle, driver_call::get_parameter, option,
+                        [&](session &opened) { return opened.get_parameter(option, data, length, id); });
 }
 
 int kx_scanner_set_parameter(void *handle, const void *option, void *data, long *length)
 {
     if (virtual_scanner::names_driver_log(option))
         return guarded([&] { return driver::instance().set_log_text(data, length); });
-    return with_session(handle, [&](session &opened) { return opened.set_parameter(option, data, length); });
+    return with_session(handle, driver_call::set_parameter, option,
+                        [&](session &opened) { return opened.set_parameter(option, data, length); });
 }
 
 int kx_scanner_get_status(void *handle, int)
 {
-    return with_session(handle, [](session &) { return SCANNER_ERR_OK; });
+    return with_session(handle, driver_call::get_status, [](session &) { return SCANNER_ERR_OK; });
 }
 
 int kx_scanner_control(void *handle, unsigned long code, void *data, unsigned int *)
 {
-    return with_session(handle, [&](session &opened) { return opened.control(code, data); });
+    return with_session(handle, driver_call::control, [&](session &opened) { return opened.control(code, data); });
 }
 
 int kx_scanner_start(void *handle, void *, int)
 {
-    return with_session(handle, [](session &opened) { return opened.start(); });
+    return with_session(handle, driver_call::start, [](session &opened) { return opened.start(); });
 }
 
 int kx_scanner_read_img_data(void *handle, void *data, long *count)
@@ -133,7 +153,7 @@ int kx_scanner_read_img_data(void *handle, void *data, long *count)
         return SCANNER_ERR_INVALID_PARAMETER;
     const long room = *count;
     *count = 0;
-    return with_session(handle, [&](session &opened) {
+    return with_session(handle, driver_call::read_img_data, [&](session &opened) {
         *count = room;
         return opened.read(data, count);
     });
@@ -146,7 +166,8 @@ int kx_scanner_stop(void *handle)
 
 int kx_scanner_get_img_info(void *handle, void *info, int size)
 {
-    return with_session(handle, [&](session &opened) { return opened.image_info_of(info, size); });
+    return with_session(handle, driver_call::get_img_info,
+                        [&](session &opened) { return opened.image_info_of(info, size); });
 }
 
 } // extern "C"

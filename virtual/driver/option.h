@@ -30,6 +30,7 @@ enum class option_role {
     bottom,
     paper,
     sides,
+    source,
     job,
     page_limit,
     brightness,
@@ -38,6 +39,34 @@ enum class option_role {
     threshold,
     channel,
     invert,
+    binarization,
+    error_diffusion,
+    despeckle,
+    speckle_size,
+    speckle_strength,
+    sharpness,
+    remove_moire,
+    remove_halftone,
+    correct_color,
+    erase_background,
+    background_range,
+    show_through,
+    show_through_level,
+    straighten,
+    erase_frame,
+    frame_shape,
+    frame_margin,
+    fill_color,
+    fill_holes,
+    hole_range,
+    hole_range_left,
+    hole_range_right,
+    dark_background,
+    check_corners,
+    corner_size,
+    check_skew,
+    skew_limit,
+    check_staples,
     rotate_back,
     discard_blank,
     blank_limit,
@@ -65,6 +94,7 @@ struct option_definition {
     bool automatic = true;
     bool readonly = false;
     bool affects_image = false; // setting it changes the image parameters
+    std::optional<int> answer;  // to a setting taken over as it is, in place of what follows from the change
     std::optional<int> fix_id;
     option_value initial;
     std::optional<dependency> depends;

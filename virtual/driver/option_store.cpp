@@ -93,6 +93,8 @@ int option_store::set(int number, void *data, const long *length)
         write_back(input.value, data);
         return SCANNER_ERR_NOT_EXACT;
     }
+    if (option.answer)
+        return *option.answer;
     // After 0 the application's side follows the conditions itself. After 277 it does not, and keeps the values of
     // masters that it noted before: a master among the image options has to make it read everything afresh.
     return answer_for(changed.image, changed.options || (changed.image && is_master(option)));
@@ -100,10 +102,11 @@ int option_store::set(int number, void *data, const long *length)
 
 int option_store::press(int number)
 {
-    if (option_at(number).role != option_role::restore)
-        return SCANNER_ERR_OK;
+    const option_definition &option = option_at(number);
+    if (option.role != option_role::restore)
+        return option.answer.value_or(SCANNER_ERR_OK);
     restore_defaults();
-    return SCANNER_ERR_RELOAD_OPT_PARAM;
+    return option.answer.value_or(SCANNER_ERR_RELOAD_OPT_PARAM);
 }
 
 bool option_store::take_over(int number, const option_value &value, change &changed)

@@ -28,7 +28,7 @@ public:
 
     // Takes a value over, as kx_scanner_set_parameter does, and answers its code: 0, 261 (a number was adjusted and
     // written back; this goes before the next three), 262, 277 or 278 (something else changed with it, or may have),
-    // 256 (not an allowed value) or 259 (read-only).
+    // 256 (not an allowed value) or 259 (read-only). The profile may give another answer in place of 0 and these three.
     [[nodiscard]] int set(int number, void *data, const long *length);
 
     // Every option but the language to its default value.

@@ -4,10 +4,10 @@
 #define PELSANE_VIRTUAL_PAGE_H
 
 #include "feeder.h"
+#include "page_data.h"
 #include "page_settings.h"
 
 #include <optional>
-#include <vector>
 
 namespace virtual_scanner {
 
@@ -15,11 +15,11 @@ struct page {
     image_format format;
     sheet_side side;
     int dpi;
-    std::vector<unsigned char> data; // lines x bytes_per_line
+    page_data data; // lines x bytes_per_line
 };
 
 // Scans a side; none when blank pages are discarded and this is one. Throws image_error for a file that cannot be
-// read and for an image that cannot be made to a page, std::bad_alloc.
+// read and for an image that cannot be made to a page, sheet_stopped, std::bad_alloc.
 std::optional<page> scan_side(const sheet_side &side, const page_settings &settings);
 
 } // namespace virtual_scanner

@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -35,17 +34,6 @@ device_identity read_device(const profile_node &node)
     if (device.name.find_first_of(" \t") != std::string::npos)
         node.at("name").fail("a device name has no spaces");
     return device;
-}
-
-feeder_properties read_feeder(const profile_node &node)
-{
-    node.expect_keys({"sheets", "page_time_ms"});
-    feeder_properties feeder;
-    if (node.has("sheets"))
-        feeder.sheets = node.at("sheets").integer(0, 1000);
-    if (node.has("page_time_ms"))
-        feeder.page_time_ms = node.at("page_time_ms").integer(0, 3600000);
-    return feeder;
 }
 
 paper_size read_paper(const profile_node &node)
@@ -88,10 +76,16 @@ void check_papers(const profile &result, const profile_node &options)
 profile read_profile(const profile_node &root)
 {
     profile result;
-    root.expect_keys({"device", "feeder", "papers", "information", "options"});
+    root.expect_keys({"$schema", "device", "access", "pages_per_minute", "feeder", "flatbed", "faults", "pages",
+                      "papers", "information", "options"});
+    if (root.has("$schema"))
+        root.at("$schema").text(); // for editors
     result.device = read_device(root.at("device"));
-    if (root.has("feeder"))
-        result.feeder = read_feeder(root.at("feeder"));
+    read_behaviour(result, root);
+    if (root.has("faults"))
+        result.faults = read_faults(root.at("faults"));
+    if (root.has("pages"))
+        result.pages = read_page_wear(root.at("pages"));
     root.at("papers").each_member(
         [&](const std::string &name, const profile_node &node) { result.papers[name] = read_paper(node); });
     root.at("information").each_member([&](const std::string &name, const profile_node &node) {
@@ -102,12 +96,36 @@ profile read_profile(const profile_node &root)
     return result;
 }
 
+// A relative name starts where the profile is.
+void resolve_folder(std::string &folder, const std::string &file)
+{
+    if (!folder.empty())
+        folder = std::filesystem::path(file).parent_path() / folder;
+}
+
 struct file_closer {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
+} // namespace
+
+profile parse_profile(std::string_view text, const std::string &file)
+{
+    try {
+        const json document = json::parse(text);
+        profile result = read_profile({document, ""});
+        resolve_folder(result.feeder.source.folder, file);
+        resolve_folder(result.glass.folder, file);
+        return result;
+    } catch (const json::exception &error) {
+        throw profile_error(file + ": " + error.what());
+    } catch (const profile_error &error) {
+        throw profile_error(file + ": " + error.what());
+    }
+}
+
 // With stdio, which unlike a stream tells why a read failed. A pipe would wait for its writer, a device never end.
-std::string read_file(const std::string &path)
+std::string read_profile_file(const std::string &path)
 {
     std::error_code unknown;
     if (std::filesystem::exists(path, unknown) && !std::filesystem::is_regular_file(path, unknown))
@@ -122,28 +140,6 @@ std::string read_file(const std::string &path)
     if (file == nullptr || std::ferror(file.get()) != 0)
         throw profile_error(path + ": cannot be read: " + std::generic_category().message(errno));
     return text;
-}
-
-} // namespace
-
-profile parse_profile(std::string_view text, const std::string &file)
-{
-    try {
-        const json document = json::parse(text);
-        return read_profile({document, ""});
-    } catch (const json::exception &error) {
-        throw profile_error(file + ": " + error.what());
-    } catch (const profile_error &error) {
-        throw profile_error(file + ": " + error.what());
-    }
-}
-
-profile load_profile()
-{
-    const char *path = secure_getenv("PELVIRTUAL_PROFILE");
-    if (path == nullptr || *path == '\0')
-        return parse_profile(builtin_profile, "built-in profile");
-    return parse_profile(read_file(path), path);
 }
 
 } // namespace virtual_scanner

@@ -3,7 +3,10 @@
 #ifndef PELSANE_VIRTUAL_PROFILE_H
 #define PELSANE_VIRTUAL_PROFILE_H
 
+#include "command.h"
+#include "feeder.h"
 #include "option.h"
+#include "page_wear.h"
 
 #include <map>
 #include <stdexcept>
@@ -21,10 +24,8 @@ struct device_identity {
     std::string type;
 };
 
-struct feeder_properties {
-    int sheets = 3;       // of the built-in document
-    int page_time_ms = 0; // how long a page takes to pass; a stop ends the wait
-};
+// How a device answers when it is opened.
+enum class access_rule { open, asks_once, denied };
 
 struct paper_size {
     double width_mm;
@@ -42,9 +43,14 @@ struct information_value {
 
 struct profile {
     device_identity device;
+    access_rule access = access_rule::open;
+    double pages_per_minute = 0; // 0: as fast as it can
     feeder_properties feeder;
+    sheet_source glass;
+    std::optional<page_wear> pages; // none: sheets that are new, straight and as large as the scanned area
     std::map<std::string, paper_size> papers;
     std::map<std::string, information_value> information;
+    std::vector<command> faults;            // the device begins with them
     std::vector<option_definition> options; // in the order of their numbers, from 1
 };
 
@@ -53,10 +59,10 @@ struct profile_error : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The profile in the file that PELVIRTUAL_PROFILE names, else the built-in one. Throws profile_error.
-profile load_profile();
+// The text of a profile's file. Throws profile_error.
+std::string read_profile_file(const std::string &path);
 
-// `file` is said in messages only. Throws profile_error.
+// `file` is said in messages, and folders that the profile names start at its folder. Throws profile_error.
 profile parse_profile(std::string_view text, const std::string &file);
 
 // The text of virtual/profiles/duplex_feeder.json.

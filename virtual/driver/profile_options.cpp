@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The options of a profile: types, constraints, defaults, dependencies and what is set along, each checked on its own
 // first and then against the other options. Tested by driver_profile_test.
+#include "kx_scanner.h"
 #include "profile_reader.h"
 
 #include <algorithm>
@@ -108,10 +109,15 @@ int least_size(const option_definition &option)
 void read_value_keys(option_definition &option, const profile_node &node)
 {
     option.size = least_size(option);
-    if (option.type == option_type::text && node.has("size"))
+    if (node.has("size") && option.type != option_type::text)
+        node.at("size").fail("only texts have a size of their own");
+    if (node.has("size"))
         option.size = node.at("size").integer(option.size, 65536);
-    if (option.type == option_type::button || option.type == option_type::group)
+    if (option.type == option_type::button || option.type == option_type::group) {
+        if (node.has("default"))
+            node.at("default").fail("an option of this type has no value");
         return;
+    }
     option.initial = read_value(option.type, node.at("default"));
     if (!allows(option, option.initial))
         node.at("default").fail("the default is not an allowed value");
@@ -139,10 +145,22 @@ void read_dependency(option_definition &option, const profile_node &list, bool a
     option.depends = std::move(depends);
 }
 
+int read_answer(option_type type, const profile_node &node)
+{
+    constexpr int answers[] = {SCANNER_ERR_OK, SCANNER_ERR_CONFIGURATION_CHANGED, SCANNER_ERR_RELOAD_IMAGE_PARAM,
+                               SCANNER_ERR_RELOAD_OPT_PARAM};
+    if (type == option_type::group)
+        node.fail("a group is not set");
+    const int answer = node.integer();
+    if (std::find(std::begin(answers), std::end(answers), answer) == std::end(answers))
+        node.fail("0, 262, 277 or 278 is expected");
+    return answer;
+}
+
 option_definition read_option(const profile_node &node)
 {
     node.expect_keys({"name", "type", "title", "desc", "size", "range", "auto", "readonly", "cat", "fix-id", "default",
-                      "depend_or", "depend_and", "image", "means", "meanings", "sets"});
+                      "depend_or", "depend_and", "image", "answers", "means", "meanings", "sets"});
     option_definition option;
     option.name = read_name(node.at("name"));
     option.type = read_type(node.at("type"));
@@ -152,6 +170,8 @@ option_definition read_option(const profile_node &node)
     option.automatic = node.boolean_or("auto", true);
     option.readonly = node.boolean_or("readonly", false);
     option.affects_image = node.boolean_or("image", false);
+    if (node.has("answers"))
+        option.answer = read_answer(option.type, node.at("answers"));
     if (node.has("fix-id"))
         option.fix_id = node.at("fix-id").integer(0x8801, 0xFFFF);
     if (node.has("range"))
@@ -237,6 +257,8 @@ void check_unique(const std::vector<option_definition> &options, const profile_n
         if (options[i].role != option_role::none && !roles.insert(options[i].role).second)
             list.at(i).fail("another option means the same");
     }
+    if (roles.count(option_role::sides) != 0 && roles.count(option_role::source) != 0)
+        list.fail("one option means the sides and another one the source, which tells the sides, too");
 }
 
 } // namespace

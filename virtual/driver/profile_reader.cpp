@@ -3,6 +3,7 @@
 #include "profile_reader.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 namespace virtual_scanner {
@@ -57,9 +58,11 @@ bool profile_node::boolean() const
 
 int profile_node::integer(int min, int max) const
 {
-    if (!value_.is_number_integer())
+    if (!value_.is_number())
         fail("an integer is expected");
     const auto number = value_.get<double>(); // exact for what is in bounds, and too large for what is not
+    if (number != std::trunc(number))
+        fail("an integer is expected");
     if (number < min || number > max)
         fail("the number is out of bounds");
     return static_cast<int>(number);

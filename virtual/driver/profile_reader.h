@@ -70,6 +70,18 @@ bool allows(const option_definition &option, const option_value &value);
 // "means" and "meanings" of an option whose type and values are read.
 void read_role(option_definition &option, const profile_node &node);
 
+// "access", "pages_per_minute", "feeder" and "flatbed", each as it is without the key.
+void read_behaviour(profile &result, const profile_node &root);
+
+// A colour, "#rrggbb".
+sheet_color read_color(const profile_node &node);
+
+// "pages": the state of the sheets.
+page_wear read_page_wear(const profile_node &node);
+
+// "faults".
+std::vector<command> read_faults(const profile_node &list);
+
 std::vector<option_definition> read_options(const profile_node &list);
 
 } // namespace virtual_scanner

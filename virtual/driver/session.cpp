@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The states of a device: no job; in a job with a page to deliver; in a job at a page's end. Every job begins with a
-// full feeder and ends with the last page, a stop or the page limit. Tested by driver_scanning_test,
-// driver_cancel_test.
+// full feeder and ends with the last page, a stop or the page limit; one page from the glass is a job of its own.
+// Tested by driver_scanning_test, driver_cancel_test.
 #include "session.h"
 
 #include "image_file.h"
+#include "kx_scanner.h"
 #include "log.h"
+#include "sheet_checks.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,17 +19,27 @@ namespace virtual_scanner {
 
 namespace {
 
-std::string feed_folder()
+feeder_properties feeder_of(const profile &description)
 {
+    feeder_properties properties = description.feeder;
     const char *folder = secure_getenv("PELVIRTUAL_FEED");
-    return folder != nullptr ? folder : "";
+    if (folder != nullptr && *folder != '\0')
+        properties.source = {std::nullopt, folder};
+    return properties;
+}
+
+std::chrono::milliseconds time_of_page(const profile &description)
+{
+    const double speed = description.pages_per_minute;
+    return std::chrono::milliseconds(speed > 0 ? std::llround(60000 / speed) : 0);
 }
 
 } // namespace
 
-session::session(std::shared_ptr<const profile> description, std::uintptr_t handle, stop_flag &stop, events &reports)
-    : log_(open_log()), description_(std::move(description)), handle_(handle), stop_(stop), reports_(reports),
-      options_(*description_), information_(*description_), feeder_(feed_folder(), description_->feeder.sheets)
+session::session(std::shared_ptr<const profile> description, std::shared_ptr<device_faults> faults,
+                 std::uintptr_t handle, stop_flag &stop, events &reports)
+    : log_(open_log()), description_(std::move(description)), faults_(std::move(faults)), handle_(handle), stop_(stop),
+      reports_(reports), options_(*description_), information_(*description_), feeder_(feeder_of(*description_))
 {
 }
 
@@ -34,28 +48,35 @@ void session::post(int event)
     reports_.post(reinterpret_cast<void *>(handle_), event);
 }
 
-int session::begin_job()
+int session::begin_job(bool from_glass)
 {
     try {
-        feeder_.fill();
+        if (!from_glass)
+            feeder_.fill();
     } catch (const image_error &error) {
         CriticalLog(driver_log(), "The feed folder cannot be read: %s", error.what());
         return SCANNER_ERR_IO;
     }
-    if (feeder_.is_empty())
+    if (!from_glass && feeder_.is_empty())
         WarnLog(driver_log(), "The feeder is empty: %s", feeder_.source().c_str());
     in_job_ = true;
+    is_from_glass_ = from_glass;
     pages_ = 0;
     post(event_job_started);
     return SCANNER_ERR_OK;
 }
 
-int session::end_job(int answer)
+void session::finish_job()
 {
-    page_.reset();
     if (in_job_)
         post(event_job_ended);
     in_job_ = false;
+}
+
+int session::end_job(int answer)
+{
+    page_.reset();
+    finish_job();
     return answer;
 }
 
@@ -72,35 +93,54 @@ int session::start()
     take_stop();
     page_.reset();
     const page_settings settings = settings_of(options_, *description_);
+    if (in_job_ && (is_from_glass_ || settings.from_glass))
+        end_job(SCANNER_ERR_OK);
     if (!in_job_)
-        if (const int failure = begin_job(); failure != SCANNER_ERR_OK)
+        progress_ = {};
+    progress_.from_glass = settings.from_glass;
+    if (const auto failure = meet_start_faults(progress_.sheets))
+        return end_job(*failure);
+    if (!in_job_)
+        if (const int failure = begin_job(settings.from_glass); failure != SCANNER_ERR_OK)
             return failure;
     if (settings.page_limit != 0 && pages_ >= settings.page_limit)
         return end_job(SCANNER_ERR_DEVICE_NO_PAPER);
-    stop_.wait(handle_, std::chrono::milliseconds(description_->feeder.page_time_ms));
+    stop_.wait(handle_, time_of_page(*description_));
+    int answer = SCANNER_ERR_DEVICE_NO_PAPER;
     try {
-        page_ = scan_next(settings);
+        page_ = scan_next(settings, answer);
     } catch (const image_error &error) {
         CriticalLog(driver_log(), "An image of the feed cannot be read: %s", error.what());
         return SCANNER_ERR_IO;
+    } catch (const sheet_stopped &error) {
+        WarnLog(driver_log(), "A sheet was stopped: %s", error.what());
+        feeder_.eject();
+        return SCANNER_ERR_DEVICE_PAPER_JAMMED;
     }
     if (take_stop())
         return SANE_STATUS_CANCELLED;
     if (!page_)
-        return end_job(SCANNER_ERR_DEVICE_NO_PAPER);
+        return end_job(answer);
     delivered_ = 0;
     is_finished_ = false;
+    progress_.begin_page(page_->format.lines);
     ++pages_;
     return SCANNER_ERR_OK;
 }
 
-std::optional<page> session::scan_next(const page_settings &settings)
+// `answer` becomes the code of a fault that leaves no page.
+std::optional<page> session::scan_next(const page_settings &settings, int &answer)
 {
     while (!is_stop_requested()) {
-        const auto side = feeder_.next(settings.both_sides);
+        const auto side = settings.from_glass ? sheet_on_glass(description_->glass) : feeder_.next(settings.sides);
         if (!side)
             break;
-        if (auto scanned = scan_side(*side, settings))
+        if (const auto failure = meet_start_faults(side->sheet - 1)) {
+            answer = *failure;
+            break;
+        }
+        auto scanned = scan_side(*side, settings);
+        if (scanned || settings.from_glass)
             return scanned;
     }
     return std::nullopt;
@@ -116,14 +156,19 @@ int session::read(void *data, long *count)
         return SCANNER_ERR_INVALID_PARAMETER;
     if (!page_)
         return SCANNER_ERR_INVALID_STATE;
-    const std::size_t amount = std::min(static_cast<std::size_t>(room), page_->data.size() - delivered_);
+    std::size_t amount = std::min(static_cast<std::size_t>(room), page_->data.size() - delivered_);
+    if (faults_->any() && !is_finished_)
+        if (const auto failure = meet_page_faults(amount))
+            return *failure;
     if (amount == 0) {
         page_->data = {}; // a large page is not kept for an application that only leaves the device open
         delivered_ = 0;
         is_finished_ = true;
+        if (is_from_glass_)
+            finish_job();
         return SCANNER_ERR_NO_DATA;
     }
-    std::memcpy(data, &page_->data[delivered_], amount);
+    page_->data.copy(delivered_, amount, data);
     delivered_ += amount;
     *count = static_cast<long>(amount);
     return SCANNER_ERR_OK;

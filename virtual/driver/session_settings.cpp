@@ -3,6 +3,7 @@
 // notices taken over. Tested by driver_options_test and driver_information_test.
 #include "control_codes.h"
 #include "delivery.h"
+#include "garbled_text.h"
 #include "kx_scanner.h"
 #include "option_key.h"
 #include "session.h"
@@ -23,9 +24,17 @@ int session::get_parameter(const void *option, void *data, long *length, int *id
         return SCANNER_ERR_OK;
     }
     if (key.is_option)
-        return deliver_text(options_.describe(key.number), data, length);
+        return deliver_option(key, data, length);
     const std::string value = key.item != nullptr ? information_.value(*key.item) : std::string();
     return value.empty() ? SCANNER_ERR_INVALID_PARAMETER : deliver(value, data, length);
+}
+
+int session::deliver_option(const option_key &key, void *data, long *length) const
+{
+    const std::string text = options_.describe(key.number);
+    const auto fault =
+        faults_->any() ? faults_->take_text_fault(name_of(key), key.number) : std::optional<text_fault_kind>();
+    return fault ? deliver_garbled(*fault, text, data, length) : deliver_text(text, data, length);
 }
 
 int session::set_parameter(const void *option, void *data, const long *length)
