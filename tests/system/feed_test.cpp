@@ -78,7 +78,7 @@ TEST_F(feed, with_an_image_cut_short_does_not_crash)
 TEST_F(feed, profile_that_is_no_json_leaves_no_scanner_and_says_why)
 {
     write_file("broken.json", "{\"device\": ");
-    set_variable("PELVIRTUAL_PROFILE", path("broken.json"));
+    set_variable("PELVIRTUAL_PROFILES", path("broken.json"));
     const outcome listing = run({"-L"});
     EXPECT_EQ(0, listing.status);
     EXPECT_TRUE(contains(listing.output, "No scanners were identified")) << listing.output;

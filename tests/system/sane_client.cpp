@@ -119,7 +119,7 @@ sane_client::sane_client()
 {
     set_variable("SANE_CONFIG_DIR", process_folder());
     set_variable("PELLANG", "en");
-    ::unsetenv("PELVIRTUAL_PROFILE");
+    ::unsetenv("PELVIRTUAL_PROFILES");
 }
 
 sane_client::~sane_client()
@@ -143,7 +143,7 @@ void sane_client::use_profile_with(const std::string &from, const std::string &t
         throw std::runtime_error("the profile has no " + from);
     const std::string path = process_folder() + "/profile.json";
     write_file(path, text.replace(at, from.size(), to));
-    set_variable("PELVIRTUAL_PROFILE", path);
+    set_variable("PELVIRTUAL_PROFILES", path);
 }
 
 void sane_client::open()

@@ -134,7 +134,7 @@ TEST_F(client_cancel, from_another_thread_at_the_same_time_as_reads)
 
 TEST_F(client_cancel, from_another_thread_ends_the_wait_for_a_page)
 {
-    use_profile_with("\"page_time_ms\": 0", "\"page_time_ms\": 1000");
+    use_profile_with("\"feeder\": {", "\"pages_per_minute\": 60, \"feeder\": {");
     open();
     std::atomic<bool> ended{false};
     std::thread stopper([this, &ended] {

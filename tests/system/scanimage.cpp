@@ -98,7 +98,7 @@ void scanimage::use_profile_with(const std::string &from, const std::string &to)
     if (at == std::string::npos)
         throw std::runtime_error("the profile has no " + from);
     write_file("profile.json", text.replace(at, from.size(), to));
-    set_variable("PELVIRTUAL_PROFILE", path("profile.json"));
+    set_variable("PELVIRTUAL_PROFILES", path("profile.json"));
 }
 
 std::vector<std::string> scanimage::environment() const

@@ -1,21 +1,13 @@
 # SPDX-License-Identifier: MIT
 """A Python application: Debian's python3-sane on this build's backend and virtual scanner.
 
-The loader's path is given by whoever runs the tests; the SANE configuration is made here.
+The loader's path is given by whoever runs the tests.
 """
-import os
-import shutil
-import tempfile
 import unittest
 
-FOLDER = tempfile.mkdtemp(prefix="pelsane-python-")
-os.makedirs(os.path.join(FOLDER, "dll.d"))
-with open(os.path.join(FOLDER, "dll.conf"), "w"):
-    pass
-with open(os.path.join(FOLDER, "dll.d", "pelsane"), "w") as backends:
-    backends.write("pelsane\n")
-os.environ["SANE_CONFIG_DIR"] = FOLDER
-os.environ["PELLANG"] = "en"
+from private_sane import use_private_sane
+
+use_private_sane()
 
 import _sane  # noqa: E402: SANE's library reads the environment
 import sane  # noqa: E402
@@ -66,7 +58,6 @@ def setUpModule():
 
 def tearDownModule():
     sane.exit()
-    shutil.rmtree(FOLDER, ignore_errors=True)
 
 
 def as_the_module_has_it(text):
