@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // From an option's description object to its SANE descriptor: the type decides the builder, then size, capabilities and
 // unit are adjusted, and a dependency expression is registered with the opened device. An object without a usable type
-// yields nothing.
+// yields nothing; one that is not understood whole for lack of memory throws std::bad_alloc.
 // Tested by tests/sane/descriptor_test.cpp.
 #include "commonlog.h"
 #include "number_text.h"
@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
 namespace {
 
@@ -26,6 +27,16 @@ struct option_texts {
 
 const auto build_strings = [](auto &&...args) { return kx_sane_middleware::string_option_to_SANE_descriptor(args...); };
 const auto build_numbers = [](auto &&...args) { return kx_sane_middleware::number_option_to_SANE_descriptor(args...); };
+
+// A part of the description, null when there is none. One that is there and cannot be copied lacks memory; the option
+// must not go on as one without it.
+std::unique_ptr<json> part_of(const json &jsn, const char *key)
+{
+    auto part = jsn.get_document(key);
+    if (part == nullptr && jsn.find(key) != nullptr)
+        throw std::bad_alloc();
+    return part;
+}
 
 template <typename Value, typename Convert> std::vector<Value> children_of(json &range, Convert convert)
 {
@@ -46,7 +57,7 @@ std::string translated(std::string text)
 descriptor_ptr string_descriptor(const option_texts &texts, json &jsn, int &longest)
 {
     std::vector<std::string> values;
-    if (const auto range = jsn.get_document("range"))
+    if (const auto range = part_of(jsn, "range"))
         values = children_of<std::string>(*range, translated);
     for (const auto &value : values)
         longest = std::max(longest, static_cast<int>(value.size()));
@@ -64,7 +75,7 @@ descriptor_ptr unbounded_descriptor(const option_texts &texts, SANE_Value_Type t
 
 descriptor_ptr int_descriptor(const option_texts &texts, json &jsn)
 {
-    const auto range = jsn.get_document("range");
+    const auto range = part_of(jsn, "range");
     if (range == nullptr)
         return unbounded_descriptor(texts, SANE_TYPE_INT);
     int min = 0;
@@ -85,7 +96,7 @@ descriptor_ptr int_descriptor(const option_texts &texts, json &jsn)
 
 descriptor_ptr float_descriptor(const option_texts &texts, json &jsn)
 {
-    const auto range = jsn.get_document("range");
+    const auto range = part_of(jsn, "range");
     if (range == nullptr)
         return unbounded_descriptor(texts, SANE_TYPE_INT); // intended: drivers rely on it
     double min = 0;
@@ -180,10 +191,10 @@ void kx_sane_middleware::register_dependencies(void *scanner, const SANE_Option_
                                                const std::string &name, const json &jsn)
 {
     _slave_option slave;
-    auto expression = jsn.get_document("depend_or");
+    auto expression = part_of(jsn, "depend_or");
     slave.is_enable = expression != nullptr ? is_enable_or : is_enable_and;
     if (expression == nullptr)
-        expression = jsn.get_document("depend_and");
+        expression = part_of(jsn, "depend_and");
     const auto dev = find_openning_device_in_que(scanner);
     if (expression == nullptr || dev == openning_dev_.end())
         return;
