@@ -34,6 +34,8 @@ int well_known_id(const std::string &name, const json &description)
 }
 
 // Puts a new record's content into the descriptor of an option of the same name that was put aside, if there is one.
+// The name's own text stays, too: applications build their command lines' tables from it, and are not told of every
+// reload.
 void take_earlier_memory(_dev_inst &dev, _device_option &record) noexcept
 {
     const auto earlier = std::find_if(dev.retired_.begin(), dev.retired_.end(),
@@ -41,6 +43,7 @@ void take_earlier_memory(_dev_inst &dev, _device_option &record) noexcept
     if (earlier == dev.retired_.end())
         return;
     std::swap(*earlier->desc_, *record.desc_);
+    std::swap(earlier->desc_->name, record.desc_->name);
     record.desc_.swap(earlier->desc_);
     dev.retired_.erase(earlier); // with the old content
 }
