@@ -2,11 +2,13 @@
 // scanimage under Valgrind: no invalid access, nothing used that was never set, nothing lost.
 #include "scanimage.h"
 
+#include <csignal>
+
 namespace system_test {
 
 class memory : public scanimage {
 protected:
-    outcome check(const arguments &options) const
+    static arguments checked(const arguments &options)
     {
         arguments command{"valgrind",
                           "--quiet",
@@ -17,9 +19,18 @@ protected:
                           "--keep-debuginfo=yes",
                           "scanimage"};
         command.insert(command.end(), options.begin(), options.end());
-        return run_command(command);
+        return command;
     }
+
+    outcome check(const arguments &options) const { return run_command(checked(options)); }
 };
+
+TEST_F(memory, is_in_order_when_scanners_are_listed)
+{
+    const outcome result = check({"-L"});
+    EXPECT_EQ(0, result.status) << result.messages;
+    EXPECT_TRUE(contains(result.output, "pelsane:virtual:duplex-feeder")) << result.output;
+}
 
 TEST_F(memory, is_in_order_when_options_are_listed)
 {
@@ -40,6 +51,32 @@ TEST_F(memory, is_in_order_when_pages_are_scanned)
                                   "--batch=" + path("page-%d.pnm"), "--batch-count", "2"});
     EXPECT_EQ(0, result.status) << result.messages;
     EXPECT_EQ(2U, pages("pnm").size());
+}
+
+TEST_F(memory, is_in_order_when_the_feeder_is_emptied)
+{
+    const outcome result = check({"--format=pnm", "--resolution", "75", "--mode", "Lineart", "--page",
+                                  "Both sides without blank pages", "--batch=" + path("page-%d.pnm")});
+    EXPECT_EQ(0, result.status) << result.messages;
+    EXPECT_TRUE(contains(result.messages, "sane_start: Document feeder out of documents")) << result.messages;
+    EXPECT_EQ(6U, pages("pnm").size());
+}
+
+TEST_F(memory, is_in_order_when_a_value_is_refused_or_automatic)
+{
+    const outcome result = check({"-A", "--resolution", "auto", "--image-quality", "auto", "--mode", "Sepia"});
+    EXPECT_NE(0, result.status);
+    EXPECT_NE(99, result.status) << result.messages;
+}
+
+TEST_F(memory, is_in_order_when_a_page_is_cancelled)
+{
+    constexpr int cancelled = 2;
+    const auto program =
+        start(checked({"--format=pnm", "--progress", "--resolution", "300", "--mode", "Gray", "-o", path("page.pnm")}));
+    ASSERT_TRUE(program->wait_for_message("Progress: ")) << program->messages();
+    program->send_signal(SIGINT);
+    EXPECT_EQ(cancelled, program->wait()) << program->messages();
 }
 
 } // namespace system_test
