@@ -12,6 +12,8 @@ scan_packages=(sane-utils)
 test_packages=(libgtest-dev libsane1 locales python3 python3-jsonschema python3-pil python3-sane sane-utils valgrind)
 # shellcheck disable=SC2034
 gui_packages=(dbus dbus-bin imagemagick simple-scan xauth xdotool xvfb)
+# shellcheck disable=SC2034
+arm64_packages=(g++-aarch64-linux-gnu qemu-user-static)
 
 fail() {
     printf '%s: %s\n' "${0##*/}" "$1" >&2

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// scanimage under Valgrind: no invalid access, nothing used that was never set, nothing lost.
+// scanimage with its memory watched by Valgrind: no invalid access, nothing used that was never set, nothing lost.
+// Valgrind does not run in an emulator. There the C library watches: no block is written beyond its ends, freed twice
+// or used after it was freed, and what was never set or is gone holds a pattern that spoils the results.
 #include "scanimage.h"
 
 #include <csignal>
@@ -8,21 +10,27 @@ namespace system_test {
 
 class memory : public scanimage {
 protected:
-    static arguments checked(const arguments &options)
+    arguments checked(const arguments &options)
     {
-        arguments command{"valgrind",
-                          "--quiet",
-                          "--error-exitcode=99",
-                          "--leak-check=full",
-                          "--errors-for-leak-kinds=definite",
-                          "--show-leak-kinds=definite",
-                          "--keep-debuginfo=yes",
-                          "scanimage"};
+        arguments command;
+        if (PELSANE_EMULATED) {
+            set_variable("LD_PRELOAD", "libc_malloc_debug.so.0");
+            set_variable("GLIBC_TUNABLES", "glibc.malloc.check=3:glibc.malloc.perturb=165");
+        } else {
+            command = {"valgrind",
+                       "--quiet",
+                       "--error-exitcode=99",
+                       "--leak-check=full",
+                       "--errors-for-leak-kinds=definite",
+                       "--show-leak-kinds=definite",
+                       "--keep-debuginfo=yes"};
+        }
+        command.emplace_back("scanimage");
         command.insert(command.end(), options.begin(), options.end());
         return command;
     }
 
-    outcome check(const arguments &options) const { return run_command(checked(options)); }
+    outcome check(const arguments &options) { return run_command(checked(options)); }
 };
 
 TEST_F(memory, is_in_order_when_scanners_are_listed)

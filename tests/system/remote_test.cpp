@@ -80,7 +80,7 @@ protected:
     {
         // saned itself does not give everything back.
         set_variable("ASAN_OPTIONS", "detect_leaks=0:intercept_tls_get_addr=0");
-        server_ = start({"/usr/sbin/saned", "-l", "-b", address_, "-e", "-d", "0"}, "served");
+        server_ = start({"saned", "-l", "-b", address_, "-e", "-d", "0"}, "served");
         constexpr std::chrono::seconds patience(60);
         const auto limit = std::chrono::steady_clock::now() + patience;
         while (!succeeds(::connect, address_)) {
