@@ -245,6 +245,13 @@ TEST_F(std_opts, absurd_lengths_give_no_value)
     }
 }
 
+TEST_F(std_opts, a_text_of_negative_length_gives_no_value)
+{
+    scripted::answer("kx_scanner_get_parameter", 258, 1, 100);
+    scripted::answer("kx_scanner_get_parameter", 0, 1, -1);
+    EXPECT_EQ(read(duplex), 99);
+}
+
 TEST_F(std_opts, a_length_beyond_the_buffer_is_cut_to_it)
 {
     const std::string text = R"("page":{"type":"string","size":20,"cur":"单面"})";
