@@ -49,11 +49,11 @@ void store_info(int *info, int flags)
 } // namespace
 
 struct kx_sane_middleware::request {
-    void *sane_handle;
-    void *scanner;
-    _dev_inst *dev;
-    const void *option;
-    void *value;
+    void *sane_handle = nullptr;
+    void *scanner = nullptr;
+    _dev_inst *dev = nullptr;
+    const void *option = nullptr;
+    void *value = nullptr;
 
     [[nodiscard]] int shown_option() const { return option_key::number_of(option); }
     [[nodiscard]] bool has_mapper() const { return dev->std_opts_ != nullptr; }

@@ -4,6 +4,7 @@
 # tests start. They are fetched and unpacked, not installed: the machine's own packages and architectures stay as they
 # are, and no rights are needed. Sourced after lib.sh, not run.
 
+# shellcheck disable=SC2154 # lib.sh sets it
 arm64_system=$repository/build/arm64-system
 unpacked_packages=(libc-bin libc6-dev libcjson-dev libgtest-dev libleptonica-dev libsane-dev libsane1
     nlohmann-json3-dev python3 python3-pil python3-sane sane-utils)
@@ -31,14 +32,15 @@ unpack_packages() {
     done
 }
 
-# The emulator does not stand between a program and those that it starts; these scripts do.
+# The emulator does not stand between a program and those that it starts; these scripts do. A program takes its script
+# for itself, and so can start itself anew.
 write_launchers() {
     local program launcher
     mkdir -p "$arm64_system/programs"
     for program in "${emulated_programs[@]}"; do
         launcher=$arm64_system/programs/${program##*/}
-        printf '#!/bin/bash\nexec qemu-aarch64-static -L %q %q "$@"\n' \
-            "$arm64_system/root" "$arm64_system/root/$program" >"$launcher"
+        printf '#!/bin/bash\nexec qemu-aarch64-static -0 %q -L %q %q "$@"\n' \
+            "$launcher" "$arm64_system/root" "$arm64_system/root/$program" >"$launcher"
         chmod +x "$launcher"
     done
 }

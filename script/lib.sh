@@ -13,6 +13,10 @@ test_packages=(libgtest-dev libsane1 locales python3 python3-jsonschema python3-
 # shellcheck disable=SC2034
 gui_packages=(dbus dbus-bin imagemagick simple-scan xauth xdotool xvfb)
 # shellcheck disable=SC2034
+check_packages=(clang clang-format clang-tidy cppcheck git shellcheck)
+# shellcheck disable=SC2034
+coverage_packages=(gcovr)
+# shellcheck disable=SC2034
 arm64_packages=(g++-aarch64-linux-gnu qemu-user-static)
 
 fail() {
