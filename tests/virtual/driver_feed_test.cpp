@@ -36,6 +36,7 @@ protected:
     static std::vector<int> middle_grays(const std::vector<scanned_page> &pages)
     {
         std::vector<int> grays;
+        grays.reserve(pages.size());
         for (const scanned_page &page : pages)
             grays.push_back(page.gray(310, 438));
         return grays;

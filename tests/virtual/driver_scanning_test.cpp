@@ -376,8 +376,8 @@ TEST_F(driver_scanning, tells_a_pages_end_also_when_settings_change_before_it_is
     scanner device;
     scan_simply(device, "Gray");
     ASSERT_EQ(0, device.start());
-    std::vector<unsigned char> page(827 * 1169);
-    long length = 827 * 1169;
+    std::vector<unsigned char> page(827UL * 1169);
+    long length = 827L * 1169;
     ASSERT_EQ(0, kx_scanner_read_img_data(device.handle(), page.data(), &length));
     ASSERT_EQ(827 * 1169, length);
     EXPECT_EQ(278, device.set("resolution", 75));
