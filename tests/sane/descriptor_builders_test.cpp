@@ -41,7 +41,7 @@ template <typename Number> descriptor_ptr list(const std::vector<Number> &values
 
 TEST(descriptor_builders, a_bare_descriptor_has_copies_of_its_texts)
 {
-    std::string name = "name", title = "title", desc = "";
+    std::string name = "name", title = "title", desc;
     const descriptor_ptr option = middleware::allocate_descriptor(name.c_str(), title.c_str(), desc.c_str());
     name = "changed";
     title = "changed";
