@@ -145,9 +145,12 @@ public:
             return;
         platform::the_script().write_code = bytes_.pick(answers);
         SANE_Int info = 0;
-        const bool wants_info = bytes_.byte() % 2 == 0;
-        sane_pelsane_control_option_ex(handle, key, action, value_for(descriptor, action == SANE_ACTION_SET_VALUE),
-                                       wants_info ? &info : nullptr);
+        SANE_Int *const wanted_info = bytes_.byte() % 2 == 0 ? &info : nullptr;
+        void *const value = value_for(descriptor, action == SANE_ACTION_SET_VALUE);
+        if (option_key::is_name(key))
+            sane_pelsane_control_option_ex(handle, key, action, value, wanted_info);
+        else
+            sane_pelsane_control_option(handle, option_key::number_of(key), action, value, wanted_info);
         require((info & ~(SANE_INFO_INEXACT | SANE_INFO_RELOAD_OPTIONS | SANE_INFO_RELOAD_PARAMS)) == 0,
                 "there are three flags");
     }
@@ -192,6 +195,7 @@ public:
     {
         unsigned int length = sizeof(_device);
         std::vector<char> data(length);
+        platform::the_script().control_code = bytes_.pick(answers);
         sane_pelsane_io_control(any_handle(), bytes_.number<std::uint32_t>(), data.data(), &length);
     }
 

@@ -314,7 +314,8 @@ int kx_scanner_control(void *handle, unsigned long code, void *data, unsigned in
         require_sound_notice(*static_cast<const _opt_enabled *>(data));
     if (the_state.told.changes_language)
         platform::change_language();
-    return plain_call(handle);
+    const int answer = plain_call(handle);
+    return answer != SCANNER_ERR_OK ? answer : the_state.told.control_code;
 }
 
 int kx_scanner_start(void *handle, void *, int)

@@ -34,6 +34,8 @@ struct script {
     std::string rewritten;
     bool changes_language = false;
 
+    int control_code = SCANNER_ERR_OK; // how controls are answered
+
     // The last write of an option.
     const void *written_option = nullptr;
     std::string written; // up to its NUL
