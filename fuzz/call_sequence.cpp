@@ -249,7 +249,7 @@ private:
         static constexpr const char *names[] = {"", "drv-log", "page-width", "resolution", "mode", "dev-sn", "no such"};
         const unsigned int kind = bytes_.byte();
         if (kind < 128)
-            return option_key::from_number(kind % (most_options + 5));
+            return option_key::from_number(static_cast<int>(kind % (most_options + 5)));
         if (kind < 192)
             return option_key::from_number(SANE_OPTION_ID_BASE + bytes_.byte() + (kind % 4 == 0 ? 4352 : 0));
         if (kind < 200)

@@ -110,9 +110,9 @@ bool is_driver_log(const void *option)
 
 int deliver(const std::string &text, void *data, long *length)
 {
-    const long room = data != nullptr ? *length : -1;
+    const long room = *length;
     *length = static_cast<long>(text.size());
-    if (room < *length)
+    if (data == nullptr || room < *length)
         return SCANNER_ERR_INSUFFICIENT_MEMORY;
     std::memcpy(data, text.data(), text.size());
     return SCANNER_ERR_OK;
@@ -382,7 +382,9 @@ int register_language_changed_notify(void (*notify)(int, void *), int add, void 
 
 char *get_file_path(const char *, char *path)
 {
-    return std::strcpy(path, "/usr/lib/sane/libsane-pelsane.so.1");
+    constexpr char found[] = "/usr/lib/sane/libsane-pelsane.so.1";
+    std::memcpy(path, found, sizeof(found));
+    return path;
 }
 
 // ===== the log: nobody reads it, and it would cost most of the time =====
