@@ -85,6 +85,20 @@ std::string element_text(const cJSON *element)
     return printed;
 }
 
+// Most children are told apart by the first character, and need no call. `name` may be empty, but a character can be
+// read there.
+cJSON *child_named(const cJSON &parent, std::string_view name)
+{
+    const char first = *name.data();
+    for (cJSON *child = parent.child; child != nullptr; child = child->next) {
+        const char *const text = child->string;
+        if (text != nullptr && *text == first && std::strncmp(text, name.data(), name.size()) == 0 &&
+            text[name.size()] == '\0')
+            return child;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 void json::tree_deleter::operator()(cJSON *tree) const
@@ -100,47 +114,48 @@ json::json(const char *text)
 bool json::attach_text(const char *text)
 {
     clear();
-    if (text != nullptr)
-        obj_.reset(cJSON_Parse(text));
-    return obj_ != nullptr;
+    return text != nullptr && attach_tree(cJSON_Parse(text));
 }
 
 bool json::attach_cjson(const cJSON *item)
 {
     const std::string printed = to_string(item); // before the document goes, of which the item may be a part
     clear();
-    if (!printed.empty())
-        obj_.reset(cJSON_Parse(printed.c_str()));
+    return !printed.empty() && attach_tree(cJSON_Parse(printed.c_str()));
+}
+
+bool json::attach_tree(cJSON *tree)
+{
+    tree_.reset(tree);
+    obj_ = tree;
     return obj_ != nullptr;
 }
 
 void json::clear()
 {
-    obj_.reset();
+    tree_.reset();
+    obj_ = nullptr;
     cur_child_ = nullptr; // it pointed into the tree
 }
 
 cJSON *json::find(const char *path) const
 {
-    cJSON *item = obj_.get();
-    std::string_view rest = path != nullptr ? path : "";
-    while (item != nullptr && !rest.empty()) {
-        const auto end = std::min(rest.find('/'), rest.size());
-        if (end > 0)
-            item = find_child(item, std::string(rest.substr(0, end)).c_str());
-        rest.remove_prefix(std::min(end + 1, rest.size()));
+    cJSON *item = obj_;
+    const char *part = path != nullptr ? path : "";
+    while (item != nullptr && *part != '\0') {
+        const char *end = part;
+        while (*end != '\0' && *end != '/')
+            ++end;
+        if (end != part)
+            item = child_named(*item, {part, static_cast<std::size_t>(end - part)});
+        part = *end == '/' ? end + 1 : end;
     }
     return item;
 }
 
 cJSON *json::find_child(const cJSON *parent, const char *key)
 {
-    if (parent == nullptr)
-        return nullptr;
-    cJSON *child = parent->child;
-    while (child != nullptr && (child->string == nullptr || std::strcmp(child->string, key) != 0))
-        child = child->next;
-    return child;
+    return parent != nullptr ? child_named(*parent, key) : nullptr;
 }
 
 bool json::get_value(const char *path, bool &v) const
@@ -180,6 +195,11 @@ std::unique_ptr<json> json::get_document(const char *path) const
     return document;
 }
 
+json json::part(const char *path) const
+{
+    return json(borrowed{find(path)});
+}
+
 bool json::get_value_as_string(const char *path, std::string &v, bool integer) const
 {
     const cJSON *item = find(path);
@@ -206,7 +226,7 @@ std::string json::get_value_as_string(const cJSON *item, bool integer)
 
 std::string json::to_string() const
 {
-    return to_string(obj_.get());
+    return to_string(obj_);
 }
 
 std::string json::to_string(const cJSON *item)
@@ -289,22 +309,22 @@ bool json::set_value(const char *path, const std::string &v)
 
 bool json::value(bool &v) const
 {
-    return read(obj_.get(), v);
+    return read(obj_, v);
 }
 
 bool json::value(int &v) const
 {
-    return read(obj_.get(), v);
+    return read(obj_, v);
 }
 
 bool json::value(double &v) const
 {
-    return read(obj_.get(), v);
+    return read(obj_, v);
 }
 
 bool json::value(std::string &v) const
 {
-    return read(obj_.get(), v);
+    return read(obj_, v);
 }
 
 bool json::get_as_array(const char *path, std::vector<std::string> &out) const

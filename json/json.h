@@ -44,6 +44,10 @@ public:
     bool get_value(const char *path, json *&v) const;
     [[nodiscard]] std::unique_ptr<json> get_document(const char *path) const; // null when there is none
 
+    // The item at a path as a document that borrows it, while this one stays as it is; empty when there is none.
+    [[nodiscard]] json part(const char *path) const;
+    [[nodiscard]] bool is_empty() const { return obj_ == nullptr; }
+
     // The item's text form: "true", "false", "null", a number as "%d" or, when `integer` is false, "%f", a string's
     // text, an array or object printed.
     bool get_value_as_string(const char *path, std::string &v, bool integer) const;
@@ -83,10 +87,17 @@ private:
         void operator()(cJSON *tree) const;
     };
 
+    struct borrowed {
+        cJSON *root;
+    };
+
+    explicit json(borrowed item) : obj_(item.root) {}
+    bool attach_tree(cJSON *tree);
     bool current_child_text(std::string &v) const;
 
-    std::unique_ptr<cJSON, tree_deleter> obj_;
-    cJSON *cur_child_ = nullptr; // inside obj_
+    std::unique_ptr<cJSON, tree_deleter> tree_; // none when the root is borrowed
+    cJSON *obj_ = nullptr;                      // the root
+    cJSON *cur_child_ = nullptr;                // inside obj_
 };
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // From an option's description object to its SANE descriptor: the type decides the builder, then size, capabilities and
 // unit are adjusted, and a dependency expression is registered with the opened device. An object without a usable type
-// yields nothing; one that is not understood whole for lack of memory throws std::bad_alloc.
+// yields nothing.
 // Tested by tests/sane/descriptor_test.cpp.
 #include "commonlog.h"
 #include "number_text.h"
@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <new>
+#include <string_view>
 
 namespace {
 
@@ -27,16 +27,6 @@ struct option_texts {
 
 const auto build_strings = [](auto &&...args) { return kx_sane_middleware::string_option_to_SANE_descriptor(args...); };
 const auto build_numbers = [](auto &&...args) { return kx_sane_middleware::number_option_to_SANE_descriptor(args...); };
-
-// A part of the description, null when there is none. One that is there and cannot be copied lacks memory; the option
-// must not go on as one without it.
-std::unique_ptr<json> part_of(const json &jsn, const char *key)
-{
-    auto part = jsn.get_document(key);
-    if (part == nullptr && jsn.find(key) != nullptr)
-        throw std::bad_alloc();
-    return part;
-}
 
 template <typename Value, typename Convert> std::vector<Value> children_of(json &range, Convert convert)
 {
@@ -56,9 +46,8 @@ std::string translated(std::string text)
 // `longest`: bytes of the longest listed text.
 descriptor_ptr string_descriptor(const option_texts &texts, json &jsn, int &longest)
 {
-    std::vector<std::string> values;
-    if (const auto range = part_of(jsn, "range"))
-        values = children_of<std::string>(*range, translated);
+    json range = jsn.part("range");
+    const auto values = children_of<std::string>(range, translated);
     for (const auto &value : values)
         longest = std::max(longest, static_cast<int>(value.size()));
     return texts.build(build_strings, values);
@@ -75,20 +64,20 @@ descriptor_ptr unbounded_descriptor(const option_texts &texts, SANE_Value_Type t
 
 descriptor_ptr int_descriptor(const option_texts &texts, json &jsn)
 {
-    const auto range = part_of(jsn, "range");
-    if (range == nullptr)
+    json range = jsn.part("range");
+    if (range.is_empty())
         return unbounded_descriptor(texts, SANE_TYPE_INT);
     int min = 0;
-    if (!range->get_value("min", min)) {
+    if (!range.get_value("min", min)) {
         const auto number = [](const std::string &text) {
             return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
         };
-        return texts.build(build_numbers, children_of<int>(*range, number));
+        return texts.build(build_numbers, children_of<int>(range, number));
     }
     int max = 0;
     int step = 1;
-    range->get_value("max", max);
-    range->get_value("step", step);
+    range.get_value("max", max);
+    range.get_value("step", step);
     DebugLog(g_hLog, "%s range: [%d, +%d, %d]", texts.name.c_str(), min, step, max);
     const double bounds[] = {double(min), double(max), double(step)};
     return texts.build(build_numbers, false, &bounds[0], &bounds[1], &bounds[2]);
@@ -96,23 +85,23 @@ descriptor_ptr int_descriptor(const option_texts &texts, json &jsn)
 
 descriptor_ptr float_descriptor(const option_texts &texts, json &jsn)
 {
-    const auto range = part_of(jsn, "range");
-    if (range == nullptr)
+    json range = jsn.part("range");
+    if (range.is_empty())
         return unbounded_descriptor(texts, SANE_TYPE_INT); // intended: drivers rely on it
     double min = 0;
-    if (!range->get_value("min", min)) {
+    if (!range.get_value("min", min)) {
         const auto number = [](const std::string &text) { return text_to_number(text.c_str()); };
-        return texts.build(build_numbers, children_of<double>(*range, number));
+        return texts.build(build_numbers, children_of<double>(range, number));
     }
     double max = 0;
-    range->get_value("max", max);
+    range.get_value("max", max);
     double step = (max - min) / 10;
-    range->get_value("step", step);
+    range.get_value("step", step);
     DebugLog(g_hLog, "%s range: (%f, +%f, %f)", texts.name.c_str(), min, step, max);
     return texts.build(build_numbers, true, &min, &max, &step);
 }
 
-descriptor_ptr descriptor_of_type(const std::string &type, const option_texts &texts, json &jsn, int &longest)
+descriptor_ptr descriptor_of_type(std::string_view type, const option_texts &texts, json &jsn, int &longest)
 {
     if (type == "string")
         return string_descriptor(texts, jsn, longest);
@@ -159,7 +148,7 @@ SANE_Int capabilities(SANE_Int cap, const json &jsn)
     return cap;
 }
 
-SANE_Unit unit_of(const std::string &name)
+SANE_Unit unit_of(std::string_view name)
 {
     if (name == "resolution")
         return SANE_UNIT_DPI;
@@ -191,14 +180,14 @@ void kx_sane_middleware::register_dependencies(void *scanner, const SANE_Option_
                                                const std::string &name, const json &jsn)
 {
     _slave_option slave;
-    auto expression = part_of(jsn, "depend_or");
-    slave.is_enable = expression != nullptr ? is_enable_or : is_enable_and;
-    if (expression == nullptr)
-        expression = part_of(jsn, "depend_and");
+    json any_of = jsn.part("depend_or");
+    json all_of = jsn.part("depend_and");
+    slave.is_enable = any_of.is_empty() ? is_enable_and : is_enable_or;
+    json &expression = any_of.is_empty() ? all_of : any_of;
     const auto dev = find_openning_device_in_que(scanner);
-    if (expression == nullptr || dev == openning_dev_.end())
+    if (expression.is_empty() || dev == openning_dev_.end())
         return;
-    if (!parse_depends(scanner, expression.get(), slave, (*dev)->masters_))
+    if (!parse_depends(scanner, &expression, slave, (*dev)->masters_))
         return;
     slave.enable_now = is_active(desc);
     slave.name = name;
