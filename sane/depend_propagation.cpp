@@ -13,10 +13,23 @@ namespace {
 
 enum class verdict { met, not_met, unknown, inactive };
 
+// An opened device's own values are found by their index, others are searched.
+const _cur_val *value_of_master(void *scanner, const std::string &name, std::vector<_cur_val> &cur_vals)
+{
+    auto *const middleware = kx_sane_middleware::instance();
+    _dev_inst *dev = nullptr;
+    middleware->find_openning_device(kx_sane_middleware::scanner_handle_to_sane(scanner), false, &dev);
+    if (dev != nullptr && &cur_vals == &dev->cur_vals_)
+        return find_cached_value(*dev, name);
+    const auto found =
+        std::find_if(cur_vals.begin(), cur_vals.end(), [&name](const _cur_val &cur) { return cur.name == name; });
+    return found != cur_vals.end() ? &*found : nullptr;
+}
+
 // One condition against its master's state; a master without a stored descriptor is tested normally.
 verdict judge(void *scanner, const _master_option &condition, std::vector<_cur_val> &cur_vals)
 {
-    const _cur_val *cur = find_cached_value(cur_vals, condition.name);
+    const _cur_val *cur = value_of_master(scanner, condition.name, cur_vals);
     if (cur == nullptr) {
         WarnLog(g_hLog, "option %s's current value is not found, other options depend it maybe in wrong status.",
                 condition.name.c_str());
@@ -36,6 +49,11 @@ struct _opt_status {
     std::string name;
     bool enabled;
 };
+
+bool is_master(const _dev_inst &dev, std::string_view name)
+{
+    return std::binary_search(dev.masters_.begin(), dev.masters_.end(), name);
+}
 
 bool is_listed(const std::vector<_opt_status> &work, const std::string &name)
 {
@@ -95,21 +113,24 @@ bool kx_sane_middleware::redecide(_dev_inst &dev, _slave_option &slave)
 int kx_sane_middleware::something_after_do(_dev_inst *dev, const char *name, const char *value)
 {
     refresh_current_value(dev, name, value);
-    if (!std::binary_search(dev->masters_.begin(), dev->masters_.end(), name))
+    if (!is_master(*dev, name))
         return 0;
+    int info = 0;
     std::vector<_opt_status> work{{name, true}};
     for (std::size_t i = 0; i < work.size(); ++i) {
         // by index: a notice that makes the driver change its language reloads the options, and with them the slaves
         for (std::size_t s = 0; s < dev->slaves_.size(); ++s) {
-            const std::string slave = dev->slaves_[s].name;
-            if (slave == work[i].name || !is_associatived(dev->slaves_[s], work[i].name.c_str()))
+            if (dev->slaves_[s].name == work[i].name || !is_associatived(dev->slaves_[s], work[i].name.c_str()))
                 continue;
-            const bool earlier = dev->slaves_[s].enable_now;
-            if (redecide(*dev, dev->slaves_[s]) && !is_listed(work, slave))
-                work.push_back({slave, !earlier});
+            _opt_status decided{dev->slaves_[s].name, !dev->slaves_[s].enable_now};
+            if (!redecide(*dev, dev->slaves_[s]))
+                continue;
+            info = SANE_INFO_RELOAD_OPTIONS;
+            if (is_master(*dev, decided.name) && !is_listed(work, decided.name))
+                work.push_back(std::move(decided));
         }
     }
-    return work.size() > 1 ? SANE_INFO_RELOAD_OPTIONS : 0;
+    return info;
 }
 
 void kx_sane_middleware::on_SCANNER_ERR_CONFIGURATION_CHANGED(_dev_inst *dev)
@@ -117,6 +138,6 @@ void kx_sane_middleware::on_SCANNER_ERR_CONFIGURATION_CHANGED(_dev_inst *dev)
     std::vector<std::string> changed;
     reload_current_value(dev->dev_, &changed);
     for (const auto &name : changed)
-        if (const _cur_val *cur = find_cached_value(dev->cur_vals_, name))
+        if (const _cur_val *cur = find_cached_value(*dev, name))
             something_after_do(dev, name.c_str(), std::string(cur->val).c_str());
 }

@@ -77,7 +77,7 @@ _opt_enabled *kx_sane_middleware::get_control_enalbe_data(_dev_inst *dev, const 
     copy_name(notice->name, slave.name);
     notice->enabled = slave.enable_now ? 1 : 0;
     for (const auto &name : masters) {
-        const _cur_val *cur = find_cached_value(dev->cur_vals_, name);
+        const _cur_val *cur = find_cached_value(*dev, name);
         if (cur == nullptr)
             continue;
         _opt_value &entry = notice->opts[notice->count];

@@ -92,9 +92,13 @@ int kx_sane_middleware::open_device(const char *name, void **handle_out)
 
 kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_device_in_que(void *scanner)
 {
-    // a cancel from a signal handler may look while an entry is being taken out
-    return std::find_if(openning_dev_.begin(), openning_dev_.end(),
-                        [scanner](const auto &dev) { return dev != nullptr && dev->dev_ == scanner; });
+    // A plain loop, which is shorter than the library's for the one device that is mostly open. A cancel from a signal
+    // handler may look while an entry is being taken out.
+    const auto end = openning_dev_.end();
+    for (auto dev = openning_dev_.begin(); dev != end; ++dev)
+        if (*dev != nullptr && (*dev)->dev_ == scanner)
+            return dev;
+    return end;
 }
 
 kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_device_in_que(const char *name)
@@ -140,4 +144,8 @@ void kx_sane_middleware::free_device_inst(_dev_inst *record, bool destroy)
     record->cur_vals_.clear();
     record->slaves_.clear();
     record->masters_.clear();
+    record->opts_by_name_.clear();
+    record->opts_by_number_.clear();
+    record->opts_by_fix_id_.clear();
+    record->cur_vals_by_name_.clear();
 }

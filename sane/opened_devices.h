@@ -5,6 +5,7 @@
 
 #include "depend_expression.h"
 #include "option_ids.h"
+#include "place_index.h"
 #include "std_opts.h"
 
 #include <sane/sane.h>
@@ -33,8 +34,14 @@ struct _dev_inst {
     std::map<sane_option_id, int> fixed_id_;
 
     // Options of before the last reload that were not described again (so far). The application may still hold their
-    // descriptors; an option that comes back under its old name gets its old descriptor's memory.
+    // descriptors; an option that comes back under its old name takes its old descriptor.
     std::vector<_device_option> retired_;
+
+    place_index<_device_option, &_device_option::name_> opts_by_name_;
+    place_index<_device_option, &_device_option::option_no_> opts_by_number_;
+    place_index<_device_option, &_device_option::fix_id_> opts_by_fix_id_;
+    place_index<_device_option, &_device_option::name_> retired_by_name_;
+    place_index<_cur_val, &_cur_val::name> cur_vals_by_name_;
 };
 
 #endif

@@ -2,7 +2,7 @@
 // The table of an opened device: an option is fetched and registered when it is first asked for, and a reload fetches
 // them all anew. The invariant is that a descriptor keeps its address until the device is closed: a reload puts the old
 // records aside, and whatever is registered afterwards under an old name takes the old descriptor's memory, with the
-// new content. Look-ups are linear, the first match counts. Tested by tests/sane/option_table_test.cpp.
+// new content. Of several options that match a key, the first counts. Tested by tests/sane/option_table_test.cpp.
 #include "commonlog.h"
 #include "fetch_buffer.h"
 #include "option_key.h"
@@ -14,12 +14,14 @@
 
 namespace {
 
-bool matches(const _device_option &candidate, const void *option)
+// The first registered option that a key selects, null for none.
+const _device_option *find_option(_dev_inst &dev, const void *option)
 {
     if (option_key::is_name(option))
-        return candidate.name_ == option_key::name_of(option);
+        return dev.opts_by_name_.find(dev.opts_, std::string_view(option_key::name_of(option)));
     const int number = option_key::number_of(option);
-    return (number >= SANE_OPTION_ID_BASE ? candidate.fix_id_ : candidate.option_no_) == number;
+    return number >= SANE_OPTION_ID_BASE ? dev.opts_by_fix_id_.find(dev.opts_, number)
+                                         : dev.opts_by_number_.find(dev.opts_, number);
 }
 
 // The identifier that the driver gives in the description, or that the name has; 0 for none.
@@ -33,19 +35,46 @@ int well_known_id(const std::string &name, const json &description)
     return known != std::end(well_known_options) ? known->id : 0;
 }
 
-// Puts a new record's content into the descriptor of an option of the same name that was put aside, if there is one.
-// The name's own text stays, too: applications build their command lines' tables from it, and are not told of every
-// reload.
-void take_earlier_memory(_dev_inst &dev, _device_option &record) noexcept
+// In front of what an earlier reload left, so that of several options of one name each finds its own memory first.
+void retire_options(_dev_inst &dev)
 {
-    const auto earlier = std::find_if(dev.retired_.begin(), dev.retired_.end(),
-                                      [&](const _device_option &candidate) { return candidate.name_ == record.name_; });
-    if (earlier == dev.retired_.end())
-        return;
-    std::swap(*earlier->desc_, *record.desc_);
-    std::swap(earlier->desc_->name, record.desc_->name);
-    record.desc_.swap(earlier->desc_);
-    dev.retired_.erase(earlier); // with the old content
+    dev.retired_.insert(dev.retired_.begin(), std::make_move_iterator(dev.opts_.begin()),
+                        std::make_move_iterator(dev.opts_.end()));
+    dev.retired_by_name_.clear();
+}
+
+// Lets go of the records whose descriptors were taken.
+void tidy_retired(_dev_inst &dev)
+{
+    auto &retired = dev.retired_;
+    retired.erase(std::remove_if(retired.begin(), retired.end(),
+                                 [](const _device_option &option) { return option.desc_ == nullptr; }),
+                  retired.end());
+    retired.shrink_to_fit();
+    dev.retired_by_name_.clear();
+}
+
+// The first option of a name that was put aside and whose descriptor was not taken, null for none.
+_device_option *retired_option(_dev_inst &dev, std::string_view name)
+{
+    auto *earlier = dev.retired_by_name_.find(dev.retired_, name);
+    if (earlier == nullptr || earlier->desc_ != nullptr)
+        return earlier;
+    const auto *const end = dev.retired_.data() + dev.retired_.size();
+    while (++earlier != end)
+        if (earlier->desc_ != nullptr && earlier->name_ == name)
+            return earlier;
+    return nullptr;
+}
+
+// Puts a new record's content into the descriptor of an option that was put aside. The text of the name stays, too:
+// applications build their command lines' tables from it, and are not told of every reload.
+void take_earlier_memory(_device_option &earlier, _device_option &record) noexcept
+{
+    std::swap(*earlier.desc_, *record.desc_);
+    std::swap(earlier.desc_->name, record.desc_->name);
+    record.desc_.swap(earlier.desc_);
+    earlier.desc_.reset(); // the old content
 }
 
 } // namespace
@@ -56,10 +85,8 @@ SANE_Option_Descriptor *kx_sane_middleware::find_stored_descriptor(void *scanner
     const auto dev = find_openning_device_in_que(scanner);
     if (dev == openning_dev_.end() || option_key::is_negative(option))
         return nullptr;
-    const auto &opts = (*dev)->opts_;
-    const auto found = std::find_if(opts.begin(), opts.end(),
-                                    [option](const _device_option &candidate) { return matches(candidate, option); });
-    if (found == opts.end())
+    const _device_option *const found = find_option(**dev, option);
+    if (found == nullptr)
         return nullptr;
     if (option_no != nullptr)
         *option_no = found->option_no_;
@@ -116,8 +143,10 @@ SANE_Option_Descriptor *kx_sane_middleware::register_option(_dev_inst &dev, int 
     const int fix_id = well_known_id(name, description);
     if (fix_id != 0)
         dev.fixed_id_[static_cast<sane_option_id>(fix_id)] = option_no;
+    _device_option *const earlier = retired_option(dev, name); // before there is a record, since memory may run out
     _device_option &record = dev.opts_.emplace_back(_device_option{option_no, fix_id, name, std::move(desc)});
-    take_earlier_memory(dev, record);
+    if (earlier != nullptr)
+        take_earlier_memory(*earlier, record);
     SANE_Option_Descriptor *const kept = record.desc_.get();
     if (dev.std_opts_ != nullptr)
         dev.std_opts_->init_known_opt(option_no, kept);
@@ -134,12 +163,12 @@ void kx_sane_middleware::reload_options(void *scanner)
 
 void kx_sane_middleware::reload_device(_dev_inst &dev)
 {
-    // in front of what an earlier reload left, so that of several options of one name each finds its own memory first
-    dev.retired_.insert(dev.retired_.begin(), std::make_move_iterator(dev.opts_.begin()),
-                        std::make_move_iterator(dev.opts_.end()));
+    retire_options(dev);
     free_device_inst(&dev, false);
 
     const int count = described_options(dev.dev_);
+    dev.opts_.reserve(static_cast<std::size_t>(count));
+    dev.cur_vals_.reserve(static_cast<std::size_t>(count));
     void *const sane_handle = scanner_handle_to_sane(dev.dev_);
     fetch_buffer buffer;
     for (int number = 1; number < count; ++number)
@@ -151,6 +180,9 @@ void kx_sane_middleware::reload_device(_dev_inst &dev)
         auto *const desc = get_option_descriptor(sane_handle, name.c_str(), nullptr, nullptr);
         set_status_by_depends(dev.dev_, dev.slaves_[i], dev.cur_vals_, desc);
     }
+    tidy_retired(dev);
+    dev.slaves_.shrink_to_fit();
+    dev.masters_.shrink_to_fit();
 }
 
 void kx_sane_middleware::set_status_by_depends(void *scanner, _slave_option &slave, std::vector<_cur_val> &cur_vals,

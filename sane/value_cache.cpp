@@ -8,15 +8,7 @@
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
-#include <algorithm>
 #include <utility>
-
-_cur_val *find_cached_value(std::vector<_cur_val> &cur_vals, const std::string &name)
-{
-    const auto found =
-        std::find_if(cur_vals.begin(), cur_vals.end(), [&name](const _cur_val &cur) { return cur.name == name; });
-    return found != cur_vals.end() ? &*found : nullptr;
-}
 
 namespace {
 
@@ -33,7 +25,7 @@ std::string current_text(const json &option_json, const std::string &type, std::
 
 bool kx_sane_middleware::refresh_current_value(_dev_inst *dev, const char *name, json *option_json)
 {
-    if (_cur_val *cached = find_cached_value(dev->cur_vals_, name)) {
+    if (_cur_val *cached = find_cached_value(*dev, name)) {
         const std::string earlier = cached->val;
         cached->val = current_text(*option_json, cached->type, earlier);
         return cached->val != earlier;
@@ -47,7 +39,7 @@ bool kx_sane_middleware::refresh_current_value(_dev_inst *dev, const char *name,
 
 bool kx_sane_middleware::refresh_current_value(_dev_inst *dev, const char *name, const char *value)
 {
-    _cur_val *cached = find_cached_value(dev->cur_vals_, name);
+    _cur_val *cached = find_cached_value(*dev, name);
     return cached != nullptr && std::exchange(cached->val, value) == value;
 }
 

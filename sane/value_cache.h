@@ -2,12 +2,14 @@
 #ifndef PELSANE_VALUE_CACHE_H
 #define PELSANE_VALUE_CACHE_H
 
-#include "depend_expression.h"
+#include "opened_devices.h"
 
-#include <string>
-#include <vector>
+#include <string_view>
 
 // The first entry of a name, null when there is none; valid until the cache grows.
-_cur_val *find_cached_value(std::vector<_cur_val> &cur_vals, const std::string &name);
+inline _cur_val *find_cached_value(_dev_inst &dev, std::string_view name)
+{
+    return dev.cur_vals_by_name_.find(dev.cur_vals_, name);
+}
 
 #endif
