@@ -13,7 +13,6 @@
 #include <cstring>
 #include <new>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 namespace {
@@ -85,18 +84,26 @@ std::string element_text(const cJSON *element)
     return printed;
 }
 
-// Most children are told apart by the first character, and need no call. `name` may be empty, but a character can be
-// read there.
-cJSON *child_named(const cJSON &parent, std::string_view name)
+// Whether a name is the first part of a path; `path` moves behind the part if it is.
+bool is_first_part(const char *name, const char *&path)
 {
-    const char first = *name.data();
-    for (cJSON *child = parent.child; child != nullptr; child = child->next) {
-        const char *const text = child->string;
-        if (text != nullptr && *text == first && std::strncmp(text, name.data(), name.size()) == 0 &&
-            text[name.size()] == '\0')
-            return child;
+    const char *end = path;
+    while (*end == *name && *end != '\0' && *end != '/') {
+        ++end;
+        ++name;
     }
-    return nullptr;
+    if (*name != '\0' || (*end != '\0' && *end != '/'))
+        return false;
+    path = end;
+    return true;
+}
+
+cJSON *child_on_path(const cJSON &parent, const char *&path)
+{
+    cJSON *child = parent.child;
+    while (child != nullptr && (child->string == nullptr || !is_first_part(child->string, path)))
+        child = child->next;
+    return child;
 }
 
 } // namespace
@@ -141,21 +148,23 @@ void json::clear()
 cJSON *json::find(const char *path) const
 {
     cJSON *item = obj_;
-    const char *part = path != nullptr ? path : "";
-    while (item != nullptr && *part != '\0') {
-        const char *end = part;
-        while (*end != '\0' && *end != '/')
-            ++end;
-        if (end != part)
-            item = child_named(*item, {part, static_cast<std::size_t>(end - part)});
-        part = *end == '/' ? end + 1 : end;
+    while (item != nullptr && path != nullptr && *path != '\0') {
+        if (*path == '/')
+            ++path;
+        else
+            item = child_on_path(*item, path);
     }
     return item;
 }
 
 cJSON *json::find_child(const cJSON *parent, const char *key)
 {
-    return parent != nullptr ? child_named(*parent, key) : nullptr;
+    if (parent == nullptr)
+        return nullptr;
+    cJSON *child = parent->child;
+    while (child != nullptr && (child->string == nullptr || std::strcmp(child->string, key) != 0))
+        child = child->next;
+    return child;
 }
 
 bool json::get_value(const char *path, bool &v) const
