@@ -2,7 +2,7 @@
 // Finds in a list what a search from its front would find, without the search: a hash table of the places of the
 // elements, by a member of theirs, with the first of equal ones. The list only grows between clears, and its elements
 // keep this member. What was appended is taken into the index by the next look-up, so that whoever appends need not
-// know of it. Tested by tests/sane/option_lookup_test.cpp and value_cache_test.cpp.
+// know of it. Tested by tests/sane/place_index_test.cpp.
 #ifndef PELSANE_PLACE_INDEX_H
 #define PELSANE_PLACE_INDEX_H
 

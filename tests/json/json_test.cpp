@@ -300,6 +300,24 @@ TEST(json, a_missing_part_makes_no_document)
 
 // ----- text forms -----
 
+TEST(json, a_part_can_be_read_where_it_stands)
+{
+    const json source(R"({"range":{"min":1,"list":["a","b"]},"n":7})");
+    json list = source.part("range/list");
+    ASSERT_FALSE(list.is_empty());
+    std::string text;
+    EXPECT_TRUE(list.first_child(text));
+    EXPECT_EQ(text, "a");
+    EXPECT_TRUE(list.next_child(text));
+    EXPECT_EQ(text, "b");
+    int value = 0;
+    EXPECT_TRUE(source.part("range").get_value("min", value));
+    EXPECT_EQ(value, 1);
+    EXPECT_TRUE(source.part("n").value(value));
+    EXPECT_EQ(value, 7);
+    EXPECT_TRUE(source.part("range/max").is_empty());
+}
+
 TEST(json, text_form_follows_the_type)
 {
     const json document(R"({"f":false,"t":true,"z":null,"i":2,"neg":-3,"r":0.5,"s":"a\"b","e":""})");
