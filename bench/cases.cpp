@@ -202,6 +202,15 @@ void copy_records(std::size_t bytes)
     asm volatile("" : : "g"(copy.get()) : "memory"); // the copy is wanted, says this to the compiler
 }
 
+void list_in_driver()
+{
+    static std::vector<_device> records;
+    int count = 0;
+    kx_scanner_enum(nullptr, &count, 0);
+    records.resize(static_cast<std::size_t>(count));
+    kx_scanner_enum(records.data(), &count, 0);
+}
+
 void add_device_list(std::vector<bench_case> &cases, int listed)
 {
     const std::string name = "get-devices/" + std::to_string(listed);
@@ -212,6 +221,7 @@ void add_device_list(std::vector<bench_case> &cases, int listed)
                          const SANE_Device **list = nullptr;
                          sane_pelsane_get_devices(&list, SANE_FALSE);
                      }});
+    cases.push_back({name + "/driver", rounds, prepare, list_in_driver});
     cases.push_back({name + "/copy", rounds, prepare, [bytes] { copy_records(bytes); }});
 }
 
