@@ -101,6 +101,22 @@ TEST(call_faults, give_a_success_another_code)
     EXPECT_EQ(256, device.set("mode", "Sepia"));
 }
 
+TEST(call_faults, give_a_success_of_the_driver_another_code)
+{
+    const environment_variable faults("PELVIRTUAL_FAULTS",
+                                      "initialize answers adjusted; enum answers 260; open answers options-changed");
+    EXPECT_EQ(261, kx_scanner_initialize(nullptr, nullptr));
+    _device record{};
+    int count = 1;
+    EXPECT_EQ(260, kx_scanner_enum(&record, &count, 1));
+    EXPECT_EQ(1, count);
+    EXPECT_STREQ("virtual:duplex-feeder", record.name);
+    void *handle = nullptr;
+    EXPECT_EQ(262, kx_scanner_open(&handle, record.name, 0, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0, kx_scanner_close(handle, 1));
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
 TEST(call_faults, reach_every_call)
 {
     const faulty_driver driver("open answers busy; enum answers not-ready; control answers unsupported;"

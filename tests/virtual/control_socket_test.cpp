@@ -2,6 +2,7 @@
 // The control socket: where it is, for whom, what it answers, and that nothing sent to it does harm.
 #include "frontend.h"
 
+#include <future>
 #include <grp.h>
 #include <memory>
 #include <sys/stat.h>
@@ -93,6 +94,53 @@ TEST_F(control_socket, sets_faults_while_a_page_is_read)
     count = 1000;
     EXPECT_EQ(0xDE0A, kx_scanner_read_img_data(device.handle(), buffer.data(), &count));
     EXPECT_EQ(6U, device.scan_all().size());
+}
+
+TEST_F(control_socket, ends_what_takes_its_time)
+{
+    start();
+    commander control(path_);
+    const struct {
+        const char *command;
+        int answer; // of the read that waits
+    } cases[] = {{"clear", 0}, {"return", 0}, {"vanish", 269}};
+    for (const auto &expected : cases) {
+        SCOPED_TRACE(expected.command);
+        scanner device;
+        ASSERT_EQ(0, device.start());
+        ASSERT_EQ("ok", control.command("stall 3600 s"));
+        auto answer = std::async(std::launch::async, [&] {
+            char byte = 0;
+            long count = 1;
+            return kx_scanner_read_img_data(device.handle(), &byte, &count);
+        });
+        EXPECT_EQ(std::future_status::timeout, answer.wait_for(std::chrono::milliseconds(100)));
+        EXPECT_EQ("ok", control.command(expected.command));
+        EXPECT_EQ(expected.answer, answer.get());
+    }
+    EXPECT_EQ("ok", control.command("return"));
+    scanner device;
+    ASSERT_EQ("ok", control.command("slow start 3600 s"));
+    auto answer = std::async(std::launch::async, [&] { return device.start(); });
+    EXPECT_EQ(std::future_status::timeout, answer.wait_for(std::chrono::milliseconds(100)));
+    EXPECT_EQ("ok", control.command("clear"));
+    EXPECT_EQ(0, answer.get());
+}
+
+TEST_F(control_socket, keeps_a_thousand_faults)
+{
+    start();
+    scanner device;
+    commander control(path_);
+    std::string line = "start answers 1000";
+    for (int i = 1; i < 110; ++i)
+        line += "; start answers " + std::to_string(1000 + i);
+    for (int i = 0; i < 10; ++i)
+        ASSERT_EQ("ok", control.command(line));
+    EXPECT_EQ(1100, device.start()); // the first hundred have gone
+    for (int i = 1; i < 1000; ++i)
+        ASSERT_NE(0, device.start());
+    EXPECT_EQ(0, device.start());
 }
 
 TEST_F(control_socket, takes_several_lines_at_once_and_a_last_one_without_its_end)

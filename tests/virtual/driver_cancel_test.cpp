@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <future>
 #include <memory>
 #include <sys/time.h>
 #include <thread>
@@ -29,7 +30,7 @@ protected:
               "device": {"name": "slow", "vendor": "v", "model": "m", "type": "t"},
               "pages_per_minute": 0.01,
               "papers": {}, "information": {}, "options": []})")
-                                             .c_str())
+                                              .c_str())
     {
     }
     void SetUp() override { ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr)); }
@@ -138,6 +139,15 @@ TEST_F(driver_cancel, from_another_thread_ends_a_job)
     EXPECT_EQ(2, answer);
     other.join();
     EXPECT_EQ(6U, device.scan_all().size());
+}
+
+TEST_F(driver_cancel_of_a_slow_device, comes_with_its_closing)
+{
+    const scanner device;
+    auto answer = std::async(std::launch::async, [&] { return kx_scanner_start(device.handle(), nullptr, -1); });
+    EXPECT_EQ(std::future_status::timeout, answer.wait_for(std::chrono::milliseconds(50)));
+    EXPECT_EQ(0, kx_scanner_close(device.handle(), 1));
+    EXPECT_EQ(2, answer.get());
 }
 
 TEST_F(driver_cancel_of_a_slow_device, from_another_thread_wakes_a_start_that_waits)

@@ -147,6 +147,32 @@ TEST_F(driver_devices, are_none_in_a_folder_without_profiles)
     EXPECT_EQ(256, open("", &handle));
 }
 
+TEST_F(driver_devices, are_listed_from_a_folder_that_has_gone)
+{
+    const std::string sound = write_profile("a.json", "sound");
+    const std::filesystem::path before = std::filesystem::current_path();
+    const std::string gone = folder_.file("gone");
+    std::filesystem::create_directory(gone);
+    std::filesystem::current_path(gone);
+    std::filesystem::remove(gone);
+    start("relative.json:" + sound);
+    EXPECT_EQ((names{"sound"}), listed());
+    std::filesystem::current_path(before);
+}
+
+TEST_F(driver_devices, need_not_be_there_for_the_drivers_log_text)
+{
+    start(folder_.file(""));
+    char text[255] = "";
+    long length = 255;
+    EXPECT_EQ(0, kx_scanner_get_parameter(nullptr, "drv-log", text, &length, nullptr));
+    char note[255] = "note";
+    length = 255;
+    EXPECT_EQ(0, kx_scanner_set_parameter(nullptr, "drv-log", note, &length));
+    EXPECT_EQ(0, kx_scanner_get_parameter(nullptr, "drv-log", text, &length, nullptr));
+    EXPECT_STREQ("note", text);
+}
+
 TEST_F(driver_devices, are_listed_where_there_is_room_for_all_of_them)
 {
     start(write_profile("1.json", "one") + ":" + write_profile("2.json", "two"));

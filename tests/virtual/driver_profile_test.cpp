@@ -88,6 +88,22 @@ TEST_F(driver_profile, may_have_the_smallest_sheets_and_the_lowest_resolution)
     EXPECT_EQ(0, kx_scanner_uninitialize());
 }
 
+TEST_F(driver_profile, may_have_steps_of_any_size)
+{
+    const std::string path = write_file(folder_.file("profile.json"), R"({
+        "device": {"name": "fine", "vendor": "v", "model": "m", "type": "t"}, "papers": {}, "information": {},
+        "options": [{"name": "fine", "type": "float", "title": 1, "desc": 2, "default": 0.0,
+                     "range": {"min": 0.0, "max": 1.0, "step": 1e-320}}]})");
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    {
+        scanner device;
+        EXPECT_EQ(261, device.set("fine", 0.25));
+        EXPECT_EQ(1.0, device.option("fine").at("cur"));
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
 TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
 {
     const std::string missing = folder_.file("missing.json");
@@ -107,6 +123,21 @@ TEST_F(driver_profile, that_is_no_json_is_named_with_line_and_column)
 {
     EXPECT_NE(std::string::npos, complaint_about("{\n  \"device\": nonsense\n}").find("line 2, column 14"));
     EXPECT_NE(std::string::npos, complaint_about("").find("line 1, column 1"));
+}
+
+TEST_F(driver_profile, that_is_too_large_is_named_with_the_reason)
+{
+    const std::string path = write_file(folder_.file("large.json"), "{");
+    std::filesystem::resize_file(path, (16 << 20) + 1);
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+    EXPECT_EQ("cannot be read: it has more than 16 MiB", complaint(path));
+}
+
+TEST_F(driver_profile, with_a_key_twice_is_named_with_its_place)
+{
+    EXPECT_EQ("/papers: the key stands there twice", complaint_about(R"({"papers": {}, "device": {}, "papers": {}})"));
+    EXPECT_EQ("/options/2/range/min: the key stands there twice",
+              complaint_about(R"({"options": [{"name": "a"}, [1], {"name": "b", "range": {"min": 1, "min": 2}}]})"));
 }
 
 TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)

@@ -2,6 +2,7 @@
 // A process that was forked while the driver was in use begins anew.
 #include "frontend.h"
 
+#include <future>
 #include <sys/wait.h>
 
 namespace driver_test {
@@ -21,6 +22,20 @@ int scan_afresh(const std::string &path)
     if (commander(path).command("event button 2") != "ok" || !(own.next() == heard_event{opened, 0x102, 2, 4}))
         return 3;
     return kx_scanner_uninitialize() == 0 && !std::filesystem::exists(path) ? 0 : 4;
+}
+
+// Forks in the frontend's function; the parameter takes the child.
+int fork_in_callback(void *, int event, void *, unsigned int *, void *parameter)
+{
+    if (event == KX_EVENT_IS_LISTENED)
+        return 0;
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);
+        _exit(kx_scanner_uninitialize());
+    }
+    static_cast<std::promise<pid_t> *>(parameter)->set_value(child);
+    return 0;
 }
 
 } // namespace
@@ -44,6 +59,19 @@ TEST(forked_process, has_events_and_commands_of_its_own)
     EXPECT_EQ(0U, heard.waiting());
     EXPECT_EQ("ok", commander(folder.file("parent")).command("event wake"));
     EXPECT_EQ((heard_event{device, 0x108, 0, 0}), heard.next());
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+TEST(forked_process, of_a_callback_can_end_the_driver)
+{
+    std::promise<pid_t> forked;
+    ASSERT_EQ(0, kx_scanner_initialize(fork_in_callback, &forked));
+    void *device = open_device("");
+    EXPECT_EQ(0, kx_scanner_start(device, nullptr, -1)); // which is an event
+    const pid_t child = forked.get_future().get();
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
     EXPECT_EQ(0, kx_scanner_uninitialize());
 }
 

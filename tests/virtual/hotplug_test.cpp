@@ -174,6 +174,20 @@ TEST_F(hotplug, lets_an_open_device_vanish_with_its_profile)
     EXPECT_EQ(0, kx_scanner_close(device, 1));
 }
 
+TEST_F(hotplug, leaves_a_device_gone_whose_faults_are_ended)
+{
+    const environment_variable control("PELVIRTUAL_CONTROL", folder_.file("control").c_str());
+    ASSERT_EQ(0, kx_scanner_uninitialize());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    void *device = open_device("test:b");
+    remove("b.json");
+    ASSERT_TRUE(is_noticed());
+    for (const char *command : {"clear", "return"}) {
+        EXPECT_EQ("ok", commander(folder_.file("control")).command(command));
+        EXPECT_EQ(0xDE00, kx_scanner_get_status(device, 0)) << command;
+    }
+}
+
 TEST_F(hotplug, brings_a_device_back_under_its_name)
 {
     remove("b.json");
@@ -189,6 +203,7 @@ TEST_F(hotplug, lets_open_devices_vanish_with_their_folder)
     void *device = open_device("test:b");
     std::filesystem::remove_all(path(""));
     ASSERT_TRUE(is_noticed());
+    EXPECT_EQ(names(), device_names());
     EXPECT_EQ(269, kx_scanner_start(device, nullptr, -1));
     EXPECT_EQ(0, kx_scanner_close(device, 1));
 }

@@ -187,14 +187,12 @@ job_fault read_job_fault(command_words &words, job_fault_kind kind, int times)
 {
     job_fault fault;
     fault.kind = kind;
-    const bool is_in_page =
-        kind == job_fault_kind::jam || kind == job_fault_kind::stall || kind == job_fault_kind::vanish;
     if (kind == job_fault_kind::stall || kind == job_fault_kind::slow_start)
         fault.time = words.time();
     if (words.accept({"after"})) {
         fault.after = words.number(0, most, "a number of lines, pages or sheets");
         fault.unit = words.one_of(units, "\"lines\", \"pages\" or \"sheets\"").unit;
-        if (!is_in_page && fault.unit == job_unit::lines)
+        if (!is_in_page(kind) && fault.unit == job_unit::lines)
             words.fail_at_last("this happens between pages: \"pages\" or \"sheets\" is expected");
     }
     fault.times = kind == job_fault_kind::vanish ? 1 : read_times(words, times);
@@ -306,6 +304,11 @@ command read_command(command_words &words)
 bool is_call_of_driver(driver_call call)
 {
     return call == driver_call::initialize || call == driver_call::enumerate;
+}
+
+bool is_in_page(job_fault_kind kind)
+{
+    return kind == job_fault_kind::jam || kind == job_fault_kind::stall || kind == job_fault_kind::vanish;
 }
 
 std::vector<command> parse_commands(std::string_view text)

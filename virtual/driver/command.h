@@ -58,6 +58,9 @@ enum class job_fault_kind {
     slow_start,  // start waits for `time`
 };
 
+// Whether it comes while a page is read, and not at a start.
+bool is_in_page(job_fault_kind kind);
+
 // `jam after 100 lines`, `empty after 2 sheets`, `stall 500 ms after 1 page`, `cover open once`, `slow start 300 ms`.
 struct job_fault {
     job_fault_kind kind = job_fault_kind::jam;

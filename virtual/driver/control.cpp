@@ -100,6 +100,16 @@ void control::carry_out(const std::vector<command> &commands)
         if (const auto *which = std::get_if<remedy>(&each.action); which && *which == remedy::everything_cleared)
             end_events(each.device);
     }
+    unplug_absent();
+    opened_.wake();
+}
+
+// A device without a profile stays gone, whatever was said to return.
+void control::unplug_absent()
+{
+    for (const std::string &name : faults_.devices())
+        if (known_.find(name) == nullptr)
+            faults_.apply({name, lasting(job_fault_kind::vanish)});
 }
 
 void control::end_events(const std::string &device)
@@ -154,6 +164,7 @@ void control::look_at_profiles()
         faults_.apply({name, lasting(job_fault_kind::vanish)});
     for (const std::string &name : changes.added)
         faults_.apply({name, remedy::device_returned});
+    opened_.wake();
     if (!changes.empty())
         raise_device_notice();
 }

@@ -43,6 +43,7 @@ private:
         void *handle;       // of the device; null: all that are open
     };
 
+    void unplug_absent();
     void carry_out(const std::vector<command> &commands);
     bool arrange(const event_order &order, const receiver &whom, service::clock::time_point time);
     void happen(const event_order &order, const receiver &whom);

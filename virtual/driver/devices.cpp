@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <iterator>
 #include <system_error>
 
 namespace virtual_scanner {
@@ -19,19 +18,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Absolute, so that a later change of the process's folder does not matter.
-std::vector<std::string> named_places()
+// Absolute, so that a later change of the process's folder does not matter; as it is where that has no name.
+std::string absolute_path(std::string_view name)
 {
-    const char *variable = secure_getenv("PELVIRTUAL_PROFILES");
-    std::string_view rest = variable != nullptr ? variable : "";
-    std::vector<std::string> places;
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find(':'), rest.size());
-        if (end > 0)
-            places.push_back(fs::absolute(rest.substr(0, end)));
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return places;
+    std::error_code nameless;
+    const fs::path whole = fs::absolute(name, nameless);
+    return nameless ? std::string(name) : whole.string();
 }
 
 bool is_folder(const std::string &path)
@@ -62,22 +54,6 @@ std::vector<std::string> profiles_in(const std::string &folder)
         CriticalLog(driver_log(), "The folder of profiles %s cannot be read: %s", folder.c_str(),
                     failure.message().c_str());
     std::sort(files.begin(), files.end());
-    return files;
-}
-
-// An empty path stands for the built-in profile.
-std::vector<std::string> files_of(const std::vector<std::string> &places)
-{
-    if (places.empty())
-        return {""};
-    std::vector<std::string> files;
-    for (const std::string &place : places) {
-        if (is_folder(place))
-            for (std::string &file : profiles_in(place))
-                files.push_back(std::move(file));
-        else
-            files.push_back(place);
-    }
     return files;
 }
 
@@ -114,6 +90,39 @@ device_changes difference(const std::vector<device> &before, const std::vector<d
 }
 
 } // namespace
+
+std::vector<devices::place> devices::named_places()
+{
+    const char *variable = secure_getenv("PELVIRTUAL_PROFILES");
+    std::string_view rest = variable != nullptr ? variable : "";
+    std::vector<place> places;
+    while (!rest.empty()) {
+        const auto end = std::min(rest.find(':'), rest.size());
+        if (end > 0) {
+            const std::string path = absolute_path(rest.substr(0, end));
+            places.push_back({path, is_folder(path)});
+        }
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return places;
+}
+
+// An empty path stands for the built-in profile. A folder that has gone has no files, while a file that has gone is
+// one that cannot be used.
+std::vector<std::string> devices::files_of(const std::vector<place> &places)
+{
+    if (places.empty())
+        return {""};
+    std::vector<std::string> files;
+    for (const place &each : places) {
+        if (each.is_folder)
+            for (std::string &file : profiles_in(each.path))
+                files.push_back(std::move(file));
+        else
+            files.push_back(each.path);
+    }
+    return files;
+}
 
 void devices::load()
 {
@@ -254,7 +263,9 @@ std::vector<std::string> devices::folders() const
 {
     const std::lock_guard<std::mutex> guard(lock_);
     std::vector<std::string> found;
-    std::copy_if(places_.begin(), places_.end(), std::back_inserter(found), is_folder);
+    for (const place &each : places_)
+        if (each.is_folder)
+            found.push_back(each.path);
     return found;
 }
 

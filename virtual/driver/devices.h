@@ -58,6 +58,11 @@ public:
 private:
     using occurrence = std::pair<std::string, int>; // a file, and how often it was mentioned before
 
+    struct place {
+        std::string path;
+        bool is_folder; // when it was first looked at
+    };
+
     struct entry {
         occurrence origin;
         std::string text;
@@ -71,6 +76,8 @@ private:
         std::string name;
     };
 
+    static std::vector<place> named_places();
+    static std::vector<std::string> files_of(const std::vector<place> &places);
     void scan();
     entry read(occurrence origin) const;
     const entry *find_entry(const occurrence &origin) const;
@@ -80,7 +87,7 @@ private:
     std::vector<device> usable() const;
 
     mutable std::mutex lock_; // over the rest
-    std::vector<std::string> places_;
+    std::vector<place> places_;
     std::vector<entry> entries_;
     std::map<occurrence, given_name> names_;
 };

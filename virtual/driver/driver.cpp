@@ -77,17 +77,17 @@ int driver::initialize(kx_event_callback callback, void *parameter)
     if (!user_.empty())
         InfoLog(driver_log(), "used by %s", user_.c_str());
     faults_.load();
-    if (const int answer = faults_.take_answer(driver_call::initialize).value_or(SCANNER_ERR_OK)) {
+    const int answer = faults_.take_answer(driver_call::initialize).value_or(SCANNER_ERR_OK);
+    if (!is_success(answer)) {
         log_.reset();
         return answer;
     }
     devices_.load();
-    information_.reset();
-    if (const auto first = devices_.find(""); first != nullptr)
-        information_.emplace(*first);
+    const auto first = devices_.find("");
+    information_.emplace(first != nullptr ? *first : parse_profile(builtin_profile, "built-in profile"));
     start_service(callback, parameter);
     initialized_ = true;
-    return SCANNER_ERR_OK;
+    return answer;
 }
 
 // A profile that came after the list was made and before its folder was watched is found by the second look.
@@ -150,7 +150,8 @@ int driver::enumerate(void *records, int *count)
         return SCANNER_ERR_NOT_READY;
     if (count == nullptr || devices_.has_failed())
         return SCANNER_ERR_INVALID_PARAMETER;
-    if (const int answer = faults_.take_answer(driver_call::enumerate).value_or(SCANNER_ERR_OK))
+    const int answer = faults_.take_answer(driver_call::enumerate).value_or(SCANNER_ERR_OK);
+    if (!is_success(answer))
         return answer;
     const std::vector<device> listed = present_devices();
     const int room = *count;
@@ -163,7 +164,7 @@ int driver::enumerate(void *records, int *count)
         std::memcpy(place, &record, sizeof record);
         place += sizeof record;
     }
-    return SCANNER_ERR_OK;
+    return answer;
 }
 
 // A device that asks once is content with the answer: the caller opens it a second time only when it has one.
@@ -185,7 +186,8 @@ int driver::open(void **handle, const char *name, bool &need_auth)
     if (description == nullptr)
         return SCANNER_ERR_INVALID_PARAMETER;
     const auto faults = faults_.of(description->device.name, description->faults);
-    if (const int answer = faults->answer_to_open(need_auth); answer != SCANNER_ERR_OK)
+    const int answer = faults->answer_to_open(need_auth);
+    if (!is_success(answer))
         return answer;
     if (!grants_access(*description, need_auth))
         return SCANNER_ERR_ACCESS_DENIED;
@@ -196,7 +198,7 @@ int driver::open(void **handle, const char *name, bool &need_auth)
         return SCANNER_ERR_DEVICE_BUSY;
     const std::string &device = description->device.name;
     control_.arrange(faults_.events_of(device, description->faults), device, *handle);
-    return SCANNER_ERR_OK;
+    return answer;
 }
 
 int driver::get_log_text(void *data, long *length)

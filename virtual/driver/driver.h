@@ -58,7 +58,7 @@ private:
     std::shared_ptr<void> log_;
     bool initialized_ = false;
     std::set<std::string> asked_;            // the devices that asked for access, as long as the library is loaded
-    std::optional<information> information_; // the driver's own: that of the first device, none without one
+    std::optional<information> information_; // the driver's own: that of the first device, or of the built-in profile
     devices devices_;
     fault_book faults_;
     events events_;

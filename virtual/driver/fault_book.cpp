@@ -86,8 +86,15 @@ bool fault_book::apply(const command &given)
     if (ends_everything(given))
         waiting_.clear();
     else if (given.device.empty() || devices_.count(given.device) == 0)
-        waiting_.push_back(given);
+        keep_waiting(given);
     return true;
+}
+
+void fault_book::keep_waiting(const command &given)
+{
+    if (waiting_.size() == most_faults)
+        waiting_.erase(waiting_.begin());
+    waiting_.push_back(given);
 }
 
 std::shared_ptr<device_faults> fault_book::of(const std::string &device, const std::vector<command> &own)
@@ -103,6 +110,15 @@ std::shared_ptr<device_faults> fault_book::of(const std::string &device, const s
         if (is_for(each, device))
             faults->apply(each.action);
     return faults;
+}
+
+std::vector<std::string> fault_book::devices()
+{
+    const std::lock_guard<std::mutex> guard(lock_);
+    std::vector<std::string> names;
+    for (const auto &[name, faults] : devices_)
+        names.push_back(name);
+    return names;
 }
 
 std::vector<event_order> fault_book::events_of(const std::string &device, const std::vector<command> &own)

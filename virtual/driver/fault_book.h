@@ -30,6 +30,9 @@ public:
     // The device's faults, with those of its profile when it is asked for first. Stays the same until a reset.
     std::shared_ptr<device_faults> of(const std::string &device, const std::vector<command> &own);
 
+    // The devices that were asked for, those that have gone included.
+    std::vector<std::string> devices();
+
     // The events that are to come whenever the device is opened: its profile's and those that PELVIRTUAL_FAULTS names.
     std::vector<event_order> events_of(const std::string &device, const std::vector<command> &own);
 
@@ -38,6 +41,7 @@ public:
 
 private:
     void keep_event(const command &given);
+    void keep_waiting(const command &given);
 
     std::mutex lock_; // over the next four
     bool is_loaded_ = false;

@@ -6,16 +6,12 @@
 #include "kx_scanner.h"
 
 #include <algorithm>
+#include <array>
 #include <variant>
 
 namespace virtual_scanner {
 
 namespace {
-
-bool is_in_page(job_fault_kind kind)
-{
-    return kind == job_fault_kind::jam || kind == job_fault_kind::stall || kind == job_fault_kind::vanish;
-}
 
 bool is_of_feeder(job_fault_kind kind)
 {
@@ -42,6 +38,17 @@ std::optional<std::size_t> bytes_before(const job_fault &fault, const job_progre
 
 } // namespace
 
+bool is_success(int answer)
+{
+    constexpr std::array<int, 6> successes{SCANNER_ERR_OK,
+                                           SCANNER_ERR_INFO_260,
+                                           SCANNER_ERR_NOT_EXACT,
+                                           SCANNER_ERR_CONFIGURATION_CHANGED,
+                                           SCANNER_ERR_RELOAD_IMAGE_PARAM,
+                                           SCANNER_ERR_RELOAD_OPT_PARAM};
+    return std::find(successes.begin(), successes.end(), answer) != successes.end();
+}
+
 void device_faults::apply(const decltype(command::action) &action)
 {
     const std::lock_guard<std::mutex> guard(lock_);
@@ -54,12 +61,19 @@ void device_faults::note()
     any_ = is_gone_ || !answers_.empty() || !text_faults_.empty() || !job_faults_.empty();
 }
 
+template <typename Fault> void device_faults::add(std::vector<counted<Fault>> &list, const Fault &fault)
+{
+    if (list.size() == most_faults)
+        list.erase(list.begin());
+    list.push_back({fault, ++last_number_, fault.times});
+}
+
 void device_faults::set(const job_fault &fault)
 {
     if (fault.kind == job_fault_kind::vanish && fault.after == 0)
         is_gone_ = true;
     else
-        job_faults_.push_back({fault, ++last_number_, fault.times});
+        add(job_faults_, fault);
 }
 
 void device_faults::end(job_fault_kind kind)
@@ -75,8 +89,10 @@ void device_faults::set(remedy which)
         end(job_fault_kind::cover_open);
     if (which == remedy::feeder_filled || which == remedy::everything_cleared)
         end(job_fault_kind::empty);
-    if (which == remedy::device_returned || which == remedy::everything_cleared)
+    if (which == remedy::device_returned || which == remedy::everything_cleared) {
         is_gone_ = false;
+        ++recoveries_;
+    }
     if (which != remedy::everything_cleared)
         return;
     answers_.clear();

@@ -16,6 +16,12 @@
 
 namespace virtual_scanner {
 
+// Whether a call with this answer has done what was asked.
+bool is_success(int answer);
+
+// Faults of each kind that a device keeps, whatever comes; then the oldest goes.
+inline constexpr std::size_t most_faults = 1000;
+
 // What a job has delivered, as the faults count it, and which of them it has met: each at most once.
 struct job_progress {
     int pages = 0;           // that are through
@@ -43,6 +49,9 @@ class device_faults {
 public:
     // Whether there is any fault, and with it whether any of the calls below has something to say. Takes no lock.
     [[nodiscard]] bool any() const noexcept { return any_.load(std::memory_order_relaxed); }
+
+    // How often the device returned or all its faults were ended, which also ends a fault that takes its time.
+    [[nodiscard]] int recoveries() const noexcept { return recoveries_.load(std::memory_order_relaxed); }
 
     // The device has vanished.
     [[nodiscard]] bool is_gone() const noexcept { return is_gone_.load(std::memory_order_relaxed); }
@@ -78,8 +87,9 @@ private:
         int calls = 0;
     };
 
-    void set(const call_answer &fault) { answers_.push_back({fault, ++last_number_, fault.times}); }
-    void set(const text_fault &fault) { text_faults_.push_back({fault, ++last_number_, fault.times}); }
+    template <typename Fault> void add(std::vector<counted<Fault>> &list, const Fault &fault);
+    void set(const call_answer &fault) { add(answers_, fault); }
+    void set(const text_fault &fault) { add(text_faults_, fault); }
     void set(const job_fault &fault);
     void set(remedy which);
     void set(const event_order &) {}
@@ -91,6 +101,7 @@ private:
 
     std::atomic<bool> any_{false};
     std::atomic<bool> is_gone_{false};
+    std::atomic<int> recoveries_{0};
     mutable std::mutex lock_; // over the rest
     std::vector<counted<call_answer>> answers_;
     std::vector<counted<text_fault>> text_faults_;

@@ -51,6 +51,7 @@ bool handle_table::remove(void *handle)
     place &found = place_of(handle);
     if (handle == nullptr || found.handle != reinterpret_cast<std::uintptr_t>(handle))
         return false;
+    found.stop.request(found.handle); // for a call that still waits
     found.handle = 0;
     closed.swap(found.opened);
     return true;
@@ -69,6 +70,12 @@ bool handle_table::request_stop(void *handle) noexcept
         return false;
     found.stop.request(reinterpret_cast<std::uintptr_t>(handle));
     return true;
+}
+
+void handle_table::wake() noexcept
+{
+    for (place &each : places_)
+        each.stop.wake();
 }
 
 } // namespace virtual_scanner

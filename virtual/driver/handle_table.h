@@ -30,12 +30,15 @@ public:
     // Those that are open of a device, or of all when it has no name.
     std::vector<void *> handles_of(std::string_view device);
 
-    // False for a handle that is not open.
+    // False for a handle that is not open. A call that is in it meanwhile ends as by a stop.
     bool remove(void *handle);
     void clear();
 
     // Asks the device's job to stop; false for a handle that is not open. Lock-free and async-signal-safe.
     bool request_stop(void *handle) noexcept;
+
+    // Makes every device that waits look again whether it still has to.
+    void wake() noexcept;
 
 private:
     struct place {

@@ -15,8 +15,6 @@ namespace virtual_scanner {
 
 namespace {
 
-constexpr int darker_than_paper = 96;
-
 struct boxes_deleter {
     void operator()(Boxa *boxes) const { boxaDestroy(&boxes); }
 };
@@ -34,19 +32,6 @@ double correction_of(const measured_image &sheet)
     if (pixFindSkewSweepAndSearch(print.get(), &angle, &confidence, 2, 1, most, 1.0F, 0.02F) != 0)
         return 0;
     return confidence >= sure && std::abs(angle) >= worth_it ? static_cast<double>(angle) : 0;
-}
-
-void straighten(measured_image &sheet, const sheet_color &color)
-{
-    const double angle = correction_of(sheet);
-    if (angle == 0)
-        return;
-    const auto radians = static_cast<l_float32>(angle * 3.14159265358979323846 / 180);
-    const l_uint32 value = color_in(sheet.image.get(), color);
-    if (pixGetDepth(sheet.image.get()) == 8)
-        sheet.image = own(pixRotateAMGray(sheet.image.get(), radians, static_cast<l_uint8>(value)));
-    else
-        sheet.image = own(pixRotateAMColor(sheet.image.get(), radians, value));
 }
 
 struct found_box {
@@ -102,11 +87,6 @@ void fill_holes(measured_image &sheet, const hole_ranges &ranges, const sheet_co
     }
 }
 
-double luminance_of(const sheet_color &color)
-{
-    return 0.299 * color.red + 0.587 * color.green + 0.114 * color.blue;
-}
-
 // Scales each channel so that the paper has the value `target` in it; what becomes lighter than `white` is white.
 void make_paper(measured_image &sheet, const sheet_color &paper, int target, int white)
 {
@@ -147,7 +127,7 @@ void mend_sheet(measured_image &sheet, const sheet_mending &mending, bool can_li
     if (can_lie_askew && mending.erase_frame)
         erase_frame(sheet, mending.shape, mending.margin_mm, filling());
     if (can_lie_askew && mending.straighten)
-        straighten(sheet, filling());
+        turn(sheet, correction_of(sheet), color_in(sheet.image.get(), filling()));
     if (mending.fill_holes)
         fill_holes(sheet, mending.holes, filling());
     if (mending.correct_color)

@@ -18,6 +18,8 @@ namespace virtual_scanner {
 
 namespace {
 
+constexpr std::size_t largest_file = std::size_t{16} << 20;
+
 std::string field_text(const profile_node &node)
 {
     std::string text = node.text();
@@ -112,7 +114,7 @@ struct file_closer {
 profile parse_profile(std::string_view text, const std::string &file)
 {
     try {
-        const json document = json::parse(text);
+        const json document = parse_json(text);
         profile result = read_profile({document, ""});
         resolve_folder(result.feeder.source.folder, file);
         resolve_folder(result.glass.folder, file);
@@ -133,12 +135,14 @@ std::string read_profile_file(const std::string &path)
     const std::unique_ptr<std::FILE, file_closer> file(std::fopen(path.c_str(), "rbe"));
     std::string text;
     std::array<char, 4096> piece;
-    for (std::size_t size = 1; file != nullptr && size > 0;) {
+    for (std::size_t size = 1; file != nullptr && size > 0 && text.size() <= largest_file;) {
         size = std::fread(piece.data(), 1, piece.size(), file.get());
         text.append(piece.data(), size);
     }
     if (file == nullptr || std::ferror(file.get()) != 0)
         throw profile_error(path + ": cannot be read: " + std::generic_category().message(errno));
+    if (text.size() > largest_file)
+        throw profile_error(path + ": cannot be read: it has more than 16 MiB");
     return text;
 }
 

@@ -4,9 +4,80 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <string_view>
+#include <vector>
 
 namespace virtual_scanner {
+
+namespace {
+
+// Follows the parser along: of a key that stands twice in an object it keeps one and says nothing.
+class key_watch {
+public:
+    void follow(json::parse_event_t event, const json &parsed)
+    {
+        switch (event) {
+        case json::parse_event_t::key:
+            enter_member(parsed.get<std::string>());
+            break;
+        case json::parse_event_t::object_start:
+        case json::parse_event_t::array_start:
+            count_element();
+            open_.emplace_back();
+            break;
+        case json::parse_event_t::object_end:
+        case json::parse_event_t::array_end:
+            open_.pop_back();
+            break;
+        case json::parse_event_t::value:
+            count_element();
+            break;
+        }
+    }
+
+private:
+    struct container {
+        std::set<std::string> keys; // of a list: none
+        std::string key;            // where the parser is
+        std::size_t elements = 0;
+    };
+
+    void enter_member(std::string key)
+    {
+        container &object = open_.back();
+        object.key = std::move(key);
+        if (!object.keys.insert(object.key).second)
+            throw profile_error(place() + ": the key stands there twice");
+    }
+
+    void count_element()
+    {
+        if (!open_.empty())
+            ++open_.back().elements;
+    }
+
+    std::string place() const
+    {
+        std::string path;
+        for (const container &each : open_)
+            path += "/" + (each.keys.empty() ? std::to_string(each.elements - 1) : each.key);
+        return path;
+    }
+
+    std::vector<container> open_;
+};
+
+} // namespace
+
+json parse_json(std::string_view text)
+{
+    key_watch watch;
+    return json::parse(text, [&](int, json::parse_event_t event, const json &parsed) {
+        watch.follow(event, parsed);
+        return true;
+    });
+}
 
 void profile_node::fail(const std::string &reason) const
 {

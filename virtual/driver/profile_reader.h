@@ -18,6 +18,9 @@ namespace virtual_scanner {
 
 using json = nlohmann::ordered_json;
 
+// The text's JSON. Throws json::exception for what is none, profile_error for an object with the same key twice.
+json parse_json(std::string_view text);
+
 // A JSON value and the place where it stands. Borrows the value.
 class profile_node {
 public:

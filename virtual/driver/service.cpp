@@ -243,6 +243,7 @@ void service::give_up_in_child()
 {
     is_running_ = false;
     has_thread_ = false;
+    is_service_thread = false; // also when it was the one that forked
     release_after_fork();
     reports_.end();
     if (duties_.control)

@@ -14,6 +14,7 @@
 #include "profile.h"
 #include "stop_flag.h"
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -54,6 +55,7 @@ public:
 
 private:
     std::optional<page> scan_next(const page_settings &settings, int &answer);
+    void wait_out(std::chrono::milliseconds time, int recoveries);
     std::optional<int> meet_start_faults(int sheets);
     std::optional<int> meet_page_faults(std::size_t &amount);
     [[nodiscard]] int page_of(driver_call call) const;

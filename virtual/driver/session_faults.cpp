@@ -5,9 +5,6 @@
 #include "option_key.h"
 #include "session.h"
 
-#include <algorithm>
-#include <array>
-
 namespace virtual_scanner {
 
 namespace {
@@ -24,17 +21,6 @@ int code_of(job_fault_kind kind)
     default:
         return SCANNER_ERR_DEVICE_PAPER_JAMMED;
     }
-}
-
-bool is_success(int code)
-{
-    constexpr std::array<int, 6> successes{SCANNER_ERR_OK,
-                                           SCANNER_ERR_INFO_260,
-                                           SCANNER_ERR_NOT_EXACT,
-                                           SCANNER_ERR_CONFIGURATION_CHANGED,
-                                           SCANNER_ERR_RELOAD_IMAGE_PARAM,
-                                           SCANNER_ERR_RELOAD_OPT_PARAM};
-    return std::find(successes.begin(), successes.end(), code) != successes.end();
 }
 
 } // namespace
@@ -75,20 +61,30 @@ int session::answer_to_close()
     return fault ? fault->answer : SCANNER_ERR_OK;
 }
 
+// Waits for the time of a fault that came when the device had recovered so often. A stop ends the wait, and so does a
+// device that recovers or vanishes.
+void session::wait_out(std::chrono::milliseconds time, int recoveries)
+{
+    stop_.wait(handle_, time, [&] { return faults_->is_gone() || faults_->recoveries() != recoveries; });
+}
+
 // The code that the start is to answer, none when it goes on. `sheets` are through.
 std::optional<int> session::meet_start_faults(int sheets)
 {
     progress_.pages = in_job_ ? pages_ : 0;
     progress_.sheets = sheets;
     while (faults_->any()) {
+        const int recoveries = faults_->recoveries();
         const auto fault = faults_->take_start_fault(progress_);
         if (!fault)
             break;
         if (fault->kind != job_fault_kind::slow_start)
             return code_of(fault->kind);
-        stop_.wait(handle_, fault->time);
+        wait_out(fault->time, recoveries);
         if (is_stop_requested())
             break;
+        if (faults_->is_gone())
+            return SCANNER_ERR_IO;
     }
     return std::nullopt;
 }
@@ -99,14 +95,19 @@ std::optional<int> session::meet_page_faults(std::size_t &amount)
     progress_.pages = pages_ - 1;
     progress_.sheets = page_->side.sheet - 1;
     const page_progress page{static_cast<std::size_t>(page_->format.bytes_per_line), delivered_};
-    while (const auto fault = faults_->take_page_fault(progress_, page, amount)) {
+    while (true) {
+        const int recoveries = faults_->recoveries();
+        const auto fault = faults_->take_page_fault(progress_, page, amount);
+        if (!fault)
+            return std::nullopt;
         if (fault->kind != job_fault_kind::stall)
             return end_job(code_of(fault->kind));
-        stop_.wait(handle_, fault->time);
+        wait_out(fault->time, recoveries);
         if (take_stop())
             return SANE_STATUS_CANCELLED;
+        if (faults_->is_gone())
+            return end_job(SCANNER_ERR_IO);
     }
-    return std::nullopt;
 }
 
 } // namespace virtual_scanner

@@ -14,7 +14,6 @@ namespace virtual_scanner {
 namespace {
 
 constexpr int overview_dpi = 100;
-constexpr int darker_than_paper = 96;
 
 struct point {
     double x;

@@ -8,6 +8,9 @@
 
 namespace virtual_scanner {
 
+// Darker greys are print or what is seen behind the sheet.
+inline constexpr int darker_than_paper = 96;
+
 // A grey image of the sheet, small enough to look for things in: about 100 dpi, at least the image's own points.
 struct sheet_overview {
     pix_ptr gray;

@@ -14,20 +14,25 @@ namespace virtual_scanner {
 
 void stop_flag::request(std::uintptr_t handle) noexcept
 {
-    const int saved = errno;
     requested_for_ = handle;
+    wake();
+}
+
+void stop_flag::wake() noexcept
+{
+    const int saved = errno;
     ++bell_;
     syscall(SYS_futex, &bell_, FUTEX_WAKE_PRIVATE, INT32_MAX, nullptr, nullptr, 0);
     errno = saved;
 }
 
-void stop_flag::wait(std::uintptr_t handle, std::chrono::milliseconds time) noexcept
+void stop_flag::wait(std::uintptr_t handle, std::chrono::milliseconds time, const std::function<bool()> &is_over)
 {
     using clock = std::chrono::steady_clock;
     const auto end = clock::now() + time;
     for (auto rest = end - clock::now(); rest.count() > 0; rest = end - clock::now()) {
         const std::uint32_t heard = bell_;
-        if (is_requested(handle))
+        if (is_requested(handle) || is_over())
             return;
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(rest);
         timespec limit{};

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 
 namespace virtual_scanner {
 
@@ -22,11 +23,17 @@ public:
     bool take(std::uintptr_t handle) noexcept { return requested_for_.compare_exchange_strong(handle, 0); }
 
     // Waits for the time given or until a stop is requested.
-    void wait(std::uintptr_t handle, std::chrono::milliseconds time) noexcept;
+    void wait(std::uintptr_t handle, std::chrono::milliseconds time)
+    {
+        wait(handle, time, [] { return false; });
+    }
+    // The same, or until the caller's question is answered with yes. It is asked again at each wake.
+    void wait(std::uintptr_t handle, std::chrono::milliseconds time, const std::function<bool()> &is_over);
+    void wake() noexcept;
 
 private:
     std::atomic<std::uintptr_t> requested_for_{0};
-    std::atomic<std::uint32_t> bell_{0}; // counts the requests; a futex
+    std::atomic<std::uint32_t> bell_{0}; // counts the wakes; a futex
     static_assert(std::atomic<std::uintptr_t>::is_always_lock_free && sizeof(bell_) == sizeof(std::uint32_t));
 };
 

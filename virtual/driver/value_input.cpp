@@ -33,7 +33,7 @@ double nearest_in_bounds(const number_range &bounds, double wanted)
         return inside;
     const double steps = std::ceil((inside - bounds.min) / bounds.step - 0.5);
     const double value = bounds.min + steps * bounds.step;
-    return value > bounds.max ? value - bounds.step : value;
+    return std::min(bounds.max, value > bounds.max ? value - bounds.step : value); // however small the step is
 }
 
 double nearest_allowed(const option_definition &option, double wanted)

@@ -13,8 +13,6 @@ namespace virtual_scanner {
 
 namespace {
 
-constexpr double degree = 3.14159265358979323846 / 180;
-
 l_uint32 *row_of(Pix *image, int y)
 {
     return pixGetData(image) + static_cast<std::ptrdiff_t>(y) * pixGetWpl(image);
@@ -154,17 +152,6 @@ void fold(measured_image &sheet, sheet_corner corner, double size_mm, l_uint32 b
     }
 }
 
-void turn(measured_image &sheet, double degrees, int behind)
-{
-    if (std::abs(degrees) < 0.01)
-        return;
-    const auto angle = static_cast<l_float32>(degrees * degree);
-    if (pixGetDepth(sheet.image.get()) == 8)
-        sheet.image = own(pixRotateAMGray(sheet.image.get(), angle, static_cast<l_uint8>(behind)));
-    else
-        sheet.image = own(pixRotateAMColor(sheet.image.get(), angle, gray_in(sheet.image.get(), behind)));
-}
-
 } // namespace
 
 int measured_image::x(double mm) const
@@ -177,10 +164,15 @@ int measured_image::y(double mm) const
     return static_cast<int>(std::lround(mm * down));
 }
 
+double luminance_of(const sheet_color &color)
+{
+    return 0.299 * color.red + 0.587 * color.green + 0.114 * color.blue;
+}
+
 l_uint32 color_in(Pix *image, const sheet_color &color)
 {
     if (pixGetDepth(image) == 8)
-        return static_cast<l_uint32>(std::lround(0.299 * color.red + 0.587 * color.green + 0.114 * color.blue));
+        return static_cast<l_uint32>(std::lround(luminance_of(color)));
     l_uint32 value = 0;
     composeRGBPixel(color.red, color.green, color.blue, &value);
     return value;
@@ -197,6 +189,18 @@ void fill_disc(measured_image &sheet, double x, double y, double radius_mm, l_ui
     }
 }
 
+void turn(measured_image &sheet, double degrees, l_uint32 value)
+{
+    constexpr double degree = 3.14159265358979323846 / 180;
+    if (std::abs(degrees) < 0.01)
+        return;
+    const auto angle = static_cast<l_float32>(degrees * degree);
+    if (pixGetDepth(sheet.image.get()) == 8)
+        sheet.image = own(pixRotateAMGray(sheet.image.get(), angle, static_cast<l_uint8>(value)));
+    else
+        sheet.image = own(pixRotateAMColor(sheet.image.get(), angle, value));
+}
+
 void wear_out(measured_image &sheet, const page_wear &wear, const sheet_side &side, int behind, Pix *other_side)
 {
     tint(sheet, wear.background);
@@ -209,7 +213,7 @@ void wear_out(measured_image &sheet, const page_wear &wear, const sheet_side &si
     punch(sheet, wear.holes.count, hole_edge_of(wear, side), seen_behind);
     if (const auto corner = folded_corner_of(wear, side))
         fold(sheet, *corner, wear.folded->size_mm, seen_behind);
-    turn(sheet, skew_of(wear, side), behind);
+    turn(sheet, skew_of(wear, side), seen_behind);
 }
 
 } // namespace virtual_scanner
