@@ -288,16 +288,13 @@ TEST(driver_lifecycle, notes_at_its_start_who_uses_it)
     EXPECT_NE(std::string::npos, log.text().find("used by backend 1.2\n"));
 }
 
-TEST(driver_lifecycle, keeps_its_log_for_a_call_that_is_still_under_way_at_its_end)
+TEST(driver_lifecycle, ends_a_call_that_is_still_under_way_at_its_end)
 {
-    const captured_log log;
     const temporary_folder folder;
     const std::string path = write_file(folder.file("profile.json"), R"({
         "device": {"name": "test:slow", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
-        "pages_per_minute": 200, "papers": {}, "information": {}, "options": []})");
-    write_file(folder.file("1.png"), "no image");
+        "pages_per_minute": 0.01, "papers": {}, "information": {}, "options": []})");
     const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
-    const environment_variable feed("PELVIRTUAL_FEED", folder.file("").c_str());
     listener frontend(0);
     ASSERT_EQ(0, kx_scanner_initialize(listener::callback, &frontend));
     void *handle = nullptr;
@@ -308,8 +305,7 @@ TEST(driver_lifecycle, keeps_its_log_for_a_call_that_is_still_under_way_at_its_e
     EXPECT_EQ((std::pair<void *, int>{handle, 0x100}), frontend.next());
     EXPECT_EQ(0, kx_scanner_uninitialize());
     scanning.join();
-    EXPECT_EQ(269, answer);
-    EXPECT_NE(std::string::npos, log.text().find("An image of the feed cannot be read: " + folder.file("1.png")));
+    EXPECT_EQ(SANE_STATUS_CANCELLED, answer);
 }
 
 TEST(driver_lifecycle, describes_every_code)
