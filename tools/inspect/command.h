@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// How the program's commands are declared and run. Each has a file in commands/ with one function of the kind below,
+// which adds its arguments to the program; when the user calls for the command, it becomes the chosen one.
+#ifndef PELSANE_INSPECT_COMMAND_H
+#define PELSANE_INSPECT_COMMAND_H
+
+#include "failure.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace inspect {
+
+using chosen_command = std::function<exit_status()>;
+
+void add_devices_command(CLI::App &program, chosen_command &chosen);
+
+// Adds a subcommand whose arguments stand in an Arguments, with --json, which is Arguments' `json`. run(arguments) does
+// the work, throws failure or answers the exit status. `describe(subcommand, arguments)` declares the other arguments.
+template <typename Arguments, typename Describe, typename Run>
+CLI::App *add_command(CLI::App &program, chosen_command &chosen, const std::string &name, const std::string &purpose,
+                      Describe describe, Run run)
+{
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App *const command = program.add_subcommand(name, purpose);
+    describe(*command, *arguments);
+    command->add_flag("--json", arguments->json, "Print JSON, for scripts");
+    command->callback([&chosen, arguments, run] { chosen = [arguments, run] { return run(*arguments); }; });
+    return command;
+}
+
+// The words of a command that takes DEVICE, which may be left out, and one more word: {device or empty, the word}.
+[[nodiscard]] inline std::pair<std::string, std::string> device_and_word(const std::vector<std::string> &words)
+{
+    return words.size() > 1 ? std::pair{words[0], words[1]} : std::pair{std::string(), words.at(0)};
+}
+
+constexpr const char *device_help = "The scanner, as \"devices\" lists it; may be left out when there is only one";
+
+} // namespace inspect
+
+#endif

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// pelsane-inspect: what a scanner says of itself, and why. The arguments choose a command, the command prints to
+// standard output, and whatever goes wrong becomes one line on standard error and an exit status of its own.
+// Tested by tests/tools.
+#include "command.h"
+#include "output.h"
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <fmt/format.h>
+
+namespace {
+
+using inspect::exit_status;
+
+constexpr const char *closing_words = R"(Exit status:
+   0  done
+   1  done, and there are findings
+   2  wrong usage
+   3  no such scanner
+   4  no such option
+   5  access denied
+   6  the scanner or its driver failed
+   7  the scanner has gone
+   8  the scanner refused a value or a request
+   9  no paper
+  10  the output could not be written
+ 130  interrupted
+
+Examples:
+  pelsane-inspect devices
+  pelsane-inspect options virtual:duplex-feeder
+  pelsane-inspect set resolution=300 mode=Gray
+  pelsane-inspect explain scan-count
+  pelsane-inspect scan -o page-%d.png
+  pelsane-inspect COMMAND --help)";
+
+void add_commands(CLI::App &program, inspect::chosen_command &chosen)
+{
+    inspect::add_devices_command(program, chosen);
+}
+
+exit_status run(int count, char **words)
+{
+    CLI::App program("See into a document scanner: what its options are, why they are greyed out, what it does.",
+                     "pelsane-inspect");
+    program.footer(closing_words);
+    program.require_subcommand(1);
+    inspect::chosen_command chosen;
+    add_commands(program, chosen);
+    try {
+        program.parse(count, words);
+    } catch (const CLI::ParseError &error) {
+        return program.exit(error) == 0 ? exit_status::done : exit_status::usage;
+    }
+    const exit_status status = chosen();
+    inspect::finish_output();
+    return status;
+}
+
+exit_status guarded_run(int count, char **words)
+{
+    try {
+        return run(count, words);
+    } catch (const inspect::failure &error) {
+        std::fflush(stdout);
+        fmt::print(stderr, "pelsane-inspect: {}\n", inspect::printable(error.what()));
+        return error.status();
+    } catch (const std::exception &error) {
+        fmt::print(stderr, "pelsane-inspect: {}\n", inspect::printable(error.what()));
+        return exit_status::device_failed;
+    }
+}
+
+} // namespace
+
+int main(int count, char **words)
+{
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // texts of devices are UTF-8
+    std::signal(SIGPIPE, SIG_DFL);       // who reads no further ends the program, whatever the parent has set
+    return static_cast<int>(guarded_run(count, words));
+}

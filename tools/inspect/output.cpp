@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+// Standard output, and what has to be done to texts before they go there: they come from a device and are not trusted.
+// Tested by tests/tools/output_test.cpp.
+#include "output.h"
+
+#include "failure.h"
+
+#include <cerrno>
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+
+namespace inspect {
+
+namespace {
+
+struct character {
+    std::size_t bytes; // in the text
+    int columns;       // negative for what cannot be printed
+};
+
+// The first character of a text that is not empty, in the UTF-8 that main has chosen.
+character first_character(std::string_view text)
+{
+    std::mbstate_t state{};
+    wchar_t wide = 0;
+    const std::size_t bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
+    if (bytes == 0 || bytes > text.size())
+        return {1, -1};
+    return {bytes, ::wcwidth(wide)};
+}
+
+bool is_control(char byte)
+{
+    return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f;
+}
+
+} // namespace
+
+std::string printable(std::string_view text)
+{
+    std::string result;
+    while (!text.empty()) {
+        const character next = first_character(text);
+        if (next.columns >= 0)
+            result += text.substr(0, next.bytes);
+        else
+            result += is_control(text.front()) ? ' ' : '?';
+        text.remove_prefix(next.bytes);
+    }
+    return result;
+}
+
+std::size_t columns_of(std::string_view text)
+{
+    std::size_t columns = 0;
+    while (!text.empty()) {
+        const character next = first_character(text);
+        columns += next.columns >= 0 ? static_cast<std::size_t>(next.columns) : 1;
+        text.remove_prefix(next.bytes);
+    }
+    return columns;
+}
+
+void print(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void print_json(const json_value &value)
+{
+    print(value.dump(2, ' ', false, json_value::error_handler_t::replace) + "\n");
+}
+
+void print_json_line(const json_value &value)
+{
+    print(value.dump(-1, ' ', false, json_value::error_handler_t::replace) + "\n");
+    std::fflush(stdout);
+}
+
+void finish_output()
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw failure(exit_status::output_failed, std::string("standard output: ") + std::strerror(errno));
+}
+
+} // namespace inspect
