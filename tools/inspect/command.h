@@ -17,6 +17,10 @@ namespace inspect {
 using chosen_command = std::function<exit_status()>;
 
 void add_devices_command(CLI::App &program, chosen_command &chosen);
+void add_options_command(CLI::App &program, chosen_command &chosen);
+void add_get_command(CLI::App &program, chosen_command &chosen);
+void add_set_command(CLI::App &program, chosen_command &chosen);
+void add_info_command(CLI::App &program, chosen_command &chosen);
 
 // Adds a subcommand whose arguments stand in an Arguments, with --json, which is Arguments' `json`. run(arguments) does
 // the work, throws failure or answers the exit status. `describe(subcommand, arguments)` declares the other arguments.
@@ -27,6 +31,7 @@ CLI::App *add_command(CLI::App &program, chosen_command &chosen, const std::stri
     const auto arguments = std::make_shared<Arguments>();
     CLI::App *const command = program.add_subcommand(name, purpose);
     describe(*command, *arguments);
+    command->footer(""); // the program's is not for one command
     command->add_flag("--json", arguments->json, "Print JSON, for scripts");
     command->callback([&chosen, arguments, run] { chosen = [arguments, run] { return run(*arguments); }; });
     return command;
@@ -39,6 +44,9 @@ CLI::App *add_command(CLI::App &program, chosen_command &chosen, const std::stri
 }
 
 constexpr const char *device_help = "The scanner, as \"devices\" lists it; may be left out when there is only one";
+constexpr const char *option_help =
+    "The scanner, which may be left out when there is only one, and an option's name, number or well-known identifier";
+constexpr const char *settings_help = "NAME=VALUE, set before anything else; may be given several times";
 
 } // namespace inspect
 

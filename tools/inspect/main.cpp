@@ -40,6 +40,10 @@ Examples:
 void add_commands(CLI::App &program, inspect::chosen_command &chosen)
 {
     inspect::add_devices_command(program, chosen);
+    inspect::add_options_command(program, chosen);
+    inspect::add_get_command(program, chosen);
+    inspect::add_set_command(program, chosen);
+    inspect::add_info_command(program, chosen);
 }
 
 exit_status run(int count, char **words)
