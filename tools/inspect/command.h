@@ -21,6 +21,8 @@ void add_options_command(CLI::App &program, chosen_command &chosen);
 void add_get_command(CLI::App &program, chosen_command &chosen);
 void add_set_command(CLI::App &program, chosen_command &chosen);
 void add_info_command(CLI::App &program, chosen_command &chosen);
+void add_scan_command(CLI::App &program, chosen_command &chosen);
+void add_watch_command(CLI::App &program, chosen_command &chosen);
 
 // Adds a subcommand whose arguments stand in an Arguments, with --json, which is Arguments' `json`. run(arguments) does
 // the work, throws failure or answers the exit status. `describe(subcommand, arguments)` declares the other arguments.

@@ -44,6 +44,8 @@ void add_commands(CLI::App &program, inspect::chosen_command &chosen)
     inspect::add_get_command(program, chosen);
     inspect::add_set_command(program, chosen);
     inspect::add_info_command(program, chosen);
+    inspect::add_scan_command(program, chosen);
+    inspect::add_watch_command(program, chosen);
 }
 
 exit_status run(int count, char **words)

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// "watch": the driver's events, one a line, until somebody interrupts. Standard output is written by the program's own
+// thread, so that a reader who goes away ends the program as usual.
+// Tested by tests/tools/watch_test.cpp.
+#include "backend.h"
+#include "command.h"
+#include "event_log.h"
+#include "interruption.h"
+#include "scanner.h"
+
+#include <cstdio>
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+namespace inspect {
+
+namespace {
+
+struct watch_arguments {
+    std::string device;
+    int count = 0;
+    bool json = false;
+};
+
+constexpr std::chrono::milliseconds waiting_time{200}; // between looks at signals and at the device
+
+void print_event(const event_record &record, bool json)
+{
+    if (json)
+        return print_json_line(as_json(record));
+    const auto local = fmt::localtime(std::chrono::system_clock::to_time_t(record.time));
+    print(fmt::format("{:%H:%M:%S}  {}\n", local, as_text(record)));
+    std::fflush(stdout);
+}
+
+exit_status watch(const watch_arguments &arguments)
+{
+    event_queue events;
+    const backend sane([&events](const event &reported) { events.push(record_of(reported)); });
+    const scanner device(arguments.device);
+    const interruption signals;
+    fmt::print(stderr, "{}: watching, interrupt to end\n", printable(device.name()));
+    int shown = 0;
+    while (!interruption::happened() && (arguments.count == 0 || shown < arguments.count)) {
+        if (const auto record = events.next(waiting_time)) {
+            print_event(*record, arguments.json);
+            ++shown;
+        } else if (device.is_gone()) {
+            device.check(SANE_STATUS_IO_ERROR, "watching");
+        }
+    }
+    return exit_status::done;
+}
+
+} // namespace
+
+void add_watch_command(CLI::App &program, chosen_command &chosen)
+{
+    add_command<watch_arguments>(
+        program, chosen, "watch", "Show the driver's events as they come, until interrupted",
+        [](CLI::App &command, watch_arguments &arguments) {
+            command.add_option("DEVICE", arguments.device, device_help);
+            command.add_option("--count", arguments.count, "End after this many events")->check(CLI::PositiveNumber);
+        },
+        watch)
+        ->footer("Example:\n  pelsane-inspect watch --json | while read -r event; do echo \"$event\"; done");
+}
+
+} // namespace inspect

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// A file that appears under its name when it is complete, and not before.
+#ifndef PELSANE_INSPECT_OUTPUT_FILE_H
+#define PELSANE_INSPECT_OUTPUT_FILE_H
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace inspect {
+
+class output_file {
+public:
+    // Begins a new file beside the one of that name. What is no regular file is written to directly. Throws failure.
+    explicit output_file(const std::string &path);
+    // Takes the new file away if it was not committed.
+    ~output_file();
+    output_file(const output_file &) = delete;
+    output_file &operator=(const output_file &) = delete;
+
+    // Open for reading and writing; closed by the object.
+    [[nodiscard]] std::FILE *stream() const { return stream_.get(); }
+
+    // Gives the file its name. Throws failure when anything could not be written.
+    void commit();
+
+private:
+    struct closer {
+        void operator()(std::FILE *stream) const { std::fclose(stream); }
+    };
+
+    std::string path_;
+    std::string partial_; // empty: path_ is written to
+    std::unique_ptr<std::FILE, closer> stream_;
+};
+
+} // namespace inspect
+
+#endif
