@@ -43,7 +43,7 @@ output_file::output_file(const std::string &path) : path_(file_behind(path))
 {
     if (can_be_replaced(path_))
         partial_ = fmt::format("{}.{}.partial", path_, ::getpid());
-    stream_.reset(std::fopen((partial_.empty() ? path_ : partial_).c_str(), partial_.empty() ? "wb" : "w+bx"));
+    stream_.reset(std::fopen((partial_.empty() ? path_ : partial_).c_str(), partial_.empty() ? "wb" : "wbx"));
     if (stream_ == nullptr) {
         partial_.clear();
         fail(path);

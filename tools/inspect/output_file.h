@@ -18,7 +18,7 @@ public:
     output_file(const output_file &) = delete;
     output_file &operator=(const output_file &) = delete;
 
-    // Open for reading and writing; closed by the object.
+    // Open for writing; closed by the object.
     [[nodiscard]] std::FILE *stream() const { return stream_.get(); }
 
     // Gives the file its name. Throws failure when anything could not be written.

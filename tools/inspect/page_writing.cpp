@@ -84,6 +84,24 @@ int leptonica_format(file_format format, int depth)
     return depth == 1 ? IFF_TIFF_G4 : IFF_TIFF_ZIP;
 }
 
+struct encoded_image {
+    std::unique_ptr<l_uint8, decltype(&lept_free)> bytes;
+    std::size_t size;
+};
+
+// In memory first: the image libraries have messages of their own for a full disk.
+encoded_image encoded(const page &scanned, file_format format)
+{
+    const pix_ptr image = image_of(scanned);
+    l_uint8 *bytes = nullptr;
+    std::size_t size = 0;
+    const int error = pixWriteMem(&bytes, &size, image.get(), leptonica_format(format, scanned.parameters.depth));
+    encoded_image result{{bytes, lept_free}, size};
+    if (error != 0)
+        throw failure(exit_status::output_failed, "the page's image could not be made");
+    return result;
+}
+
 } // namespace
 
 file_format format_named(const std::string &word)
@@ -109,10 +127,9 @@ file_format format_of_file(const std::string &path)
 
 void write_page(const page &scanned, const std::string &path, file_format format)
 {
-    const pix_ptr image = image_of(scanned);
+    const encoded_image image = encoded(scanned, format);
     output_file file(path);
-    if (pixWriteStream(file.stream(), image.get(), leptonica_format(format, scanned.parameters.depth)) != 0)
-        throw failure(exit_status::output_failed, fmt::format("{}: the image could not be written", path));
+    std::fwrite(image.bytes.get(), 1, image.size, file.stream());
     file.commit();
 }
 

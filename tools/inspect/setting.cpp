@@ -73,6 +73,14 @@ value_block block_of(const option &target, const std::string &text)
     return block;
 }
 
+// An option that can only be read is refused; access that is denied is something else.
+void require_accepted(const scanner &device, SANE_Status status, const std::string &tried)
+{
+    if (status == SANE_STATUS_ACCESS_DENIED)
+        throw failure(exit_status::refused, fmt::format("{}: {}: {}", device.name(), tried, text_of(status)));
+    device.check(status, tried);
+}
+
 } // namespace
 
 setting setting_of(const std::string &assignment)
@@ -98,7 +106,7 @@ setting_outcome apply(const scanner &device, const std::vector<option> &options,
     const json_value asked = value_in_json(target.type, block.data(), block.size());
     const SANE_Status status =
         sane_pelsane_control_option(device.handle(), target.number, SANE_ACTION_SET_VALUE, block.data(), &info);
-    device.check(status, fmt::format("{}={}", target.name, wanted.value));
+    require_accepted(device, status, fmt::format("{}={}", target.name, wanted.value));
     return {target.name, asked, value_in_json(target.type, block.data(), block.size()), info};
 }
 
