@@ -5,11 +5,13 @@
 repository=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
 # shellcheck disable=SC2034 # used by the commands
-build_packages=(cmake g++ libcjson-dev libleptonica-dev libsane-dev ninja-build nlohmann-json3-dev pkg-config)
+build_packages=(cmake g++ libcjson-dev libcli11-dev libfmt-dev libleptonica-dev libsane-dev ninja-build
+    nlohmann-json3-dev pkg-config)
 # shellcheck disable=SC2034
 scan_packages=(sane-utils)
 # shellcheck disable=SC2034
-test_packages=(libgtest-dev libsane1 locales python3 python3-jsonschema python3-pil python3-sane sane-utils valgrind)
+test_packages=(libgtest-dev libsane1 locales mandoc python3 python3-jsonschema python3-pil python3-sane sane-utils
+    valgrind)
 # shellcheck disable=SC2034
 fuzz_packages=(clang-14 libclang-rt-14-dev)
 # shellcheck disable=SC2034

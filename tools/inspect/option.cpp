@@ -91,7 +91,8 @@ json_value default_value(const scanner &device, const option &described)
     if (block == nullptr)
         return nullptr;
     // The backend counts the bytes of the driver's defaults only; those that it adds are words.
-    return value_in_json(described.type, block.get(), described.well_known ? sizeof(SANE_Word) : std::max(bytes, 0));
+    return value_in_json(described.type, block.get(),
+                         described.well_known ? sizeof(SANE_Word) : static_cast<std::size_t>(std::max(bytes, 0)));
 }
 
 // Action 101 would say the same, but is no value of SANE's type of actions.
