@@ -21,6 +21,10 @@ void add_options_command(CLI::App &program, chosen_command &chosen);
 void add_get_command(CLI::App &program, chosen_command &chosen);
 void add_set_command(CLI::App &program, chosen_command &chosen);
 void add_info_command(CLI::App &program, chosen_command &chosen);
+void add_explain_command(CLI::App &program, chosen_command &chosen);
+void add_graph_command(CLI::App &program, chosen_command &chosen);
+void add_lint_command(CLI::App &program, chosen_command &chosen);
+void add_capture_command(CLI::App &program, chosen_command &chosen);
 void add_scan_command(CLI::App &program, chosen_command &chosen);
 void add_watch_command(CLI::App &program, chosen_command &chosen);
 

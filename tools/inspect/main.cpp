@@ -44,6 +44,10 @@ void add_commands(CLI::App &program, inspect::chosen_command &chosen)
     inspect::add_get_command(program, chosen);
     inspect::add_set_command(program, chosen);
     inspect::add_info_command(program, chosen);
+    inspect::add_explain_command(program, chosen);
+    inspect::add_graph_command(program, chosen);
+    inspect::add_lint_command(program, chosen);
+    inspect::add_capture_command(program, chosen);
     inspect::add_scan_command(program, chosen);
     inspect::add_watch_command(program, chosen);
 }
