@@ -165,6 +165,13 @@ TEST_F(lint, finds_values_outside_their_own_range)
                  "option 1, mode, /default: error: Grey is outside the option's own range [value-out-of-range]");
 }
 
+TEST_F(lint, takes_listed_numbers_as_exactly_as_the_backend)
+{
+    const outcome result =
+        lint_options(option("gamma", R"("type": "float", "default": 0.33333333333, "range": [0.33333333333, 1.0])"));
+    EXPECT_EQ(result.output, path("broken.json") + ": errors: 0, warnings: 0\n");
+}
+
 TEST_F(lint, finds_bounds_that_are_out_of_order)
 {
     expect_error(lint_options(option("contrast", R"("type": "int", "range": {"min": 100, "max": -100, "step": 1})")),

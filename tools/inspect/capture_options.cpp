@@ -7,6 +7,7 @@
 #include "dependencies.h"
 #include "lint.h"
 #include "local_utility.h"
+#include "number_text.h"
 #include "option_ids.h"
 #include "sane_kx_mdw.h"
 
@@ -70,17 +71,18 @@ private:
     // The value at a path as the profile writes it.
     [[nodiscard]] json_value value_at(const char *path) const
     {
-        if (option_.type == "string") {
-            std::string text;
-            option_.description.get_value_as_string(path, text, false);
-            local_utility::trans_language_if_was_word_id(text);
-            return text;
-        }
         if (option_.type == "bool")
             return read<bool>(path);
         if (option_.type == "int")
             return read<int>(path);
-        return read<double>(path);
+        if (has("range/min"))
+            return read<double>(path);
+        std::string text;
+        option_.description.get_value_as_string(path, text, false);
+        if (option_.type == "float") // as exact as the listed values
+            return text_to_number(text.c_str());
+        local_utility::trans_language_if_was_word_id(text);
+        return text;
     }
 
     template <typename Value> [[nodiscard]] Value read(const char *path, Value value = {}) const
@@ -115,15 +117,16 @@ private:
 
     void add_list()
     {
-        const json_value whole = json_value::parse(option_.description.to_string(), nullptr, false);
-        const json_value range = whole.is_object() ? whole.value("range", json_value()) : json_value();
-        if (option_.type == "string") {
-            for (const std::string &text : allowed_texts(option_))
+        for (const std::string &text : allowed_texts(option_)) {
+            if (option_.type == "string")
                 profile_["range"].push_back(text);
-            return;
+            else if (option_.type == "bool")
+                profile_["range"].push_back(text == "true");
+            else if (option_.type == "int")
+                profile_["range"].push_back(static_cast<int>(text_to_number(text.c_str())));
+            else
+                profile_["range"].push_back(text_to_number(text.c_str()));
         }
-        if (range.is_array() && !range.empty())
-            profile_["range"] = range;
     }
 
     [[nodiscard]] bool allows(const json_value &value) const

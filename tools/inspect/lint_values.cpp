@@ -46,14 +46,15 @@ std::string text_at(const examined_option &option, const char *path)
 
 bool allows(const examined_option &option, const char *path)
 {
-    const double number = number_at(option, path);
     if (has_bounds(option))
-        return number >= number_at(option, "range/min") && number <= number_at(option, "range/max");
+        return number_at(option, path) >= number_at(option, "range/min") &&
+               number_at(option, path) <= number_at(option, "range/max");
     const std::vector<std::string> allowed = allowed_texts(option);
     if (allowed.empty())
         return true;
     if (!is_number(option))
         return std::find(allowed.begin(), allowed.end(), text_at(option, path)) != allowed.end();
+    const double number = text_to_number(text_at(option, path).c_str()); // as exact as the listed texts
     return std::any_of(allowed.begin(), allowed.end(),
                        [number](const std::string &text) { return text_to_number(text.c_str()) == number; });
 }
