@@ -92,13 +92,12 @@ int kx_sane_middleware::open_device(const char *name, void **handle_out)
 
 kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_device_in_que(void *scanner)
 {
-    // A plain loop, which is shorter than the library's for the one device that is mostly open. A cancel from a signal
-    // handler may look while an entry is being taken out.
-    const auto end = openning_dev_.end();
-    for (auto dev = openning_dev_.begin(); dev != end; ++dev)
-        if (*dev != nullptr && (*dev)->dev_ == scanner)
-            return dev;
-    return end;
+    // a cancel from a signal handler may look while an entry is being taken out
+    const auto is_wanted = [scanner](const auto &dev) { return dev != nullptr && dev->dev_ == scanner; };
+    const std::size_t place = read_last_.load(std::memory_order_relaxed);
+    if (place < openning_dev_.size() && is_wanted(openning_dev_[place]))
+        return openning_dev_.begin() + static_cast<std::ptrdiff_t>(place);
+    return std::find_if(openning_dev_.begin(), openning_dev_.end(), is_wanted);
 }
 
 kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_device_in_que(const char *name)
@@ -117,11 +116,28 @@ void *kx_sane_middleware::find_openning_device(void *sane_handle, bool remove, _
         *record_out = found->get();
     if (!remove)
         return scanner;
-    _dev_inst *const record = found->release();
-    openning_dev_.erase(found);
+    _dev_inst *const record = take_out(found);
     if (record_out == nullptr)
         free_device_inst(record, true);
     return scanner;
+}
+
+void *kx_sane_middleware::device_to_read(void *sane_handle)
+{
+    const auto found = find_openning_device_in_que(sane_handle_to_scanner(sane_handle));
+    if (found == openning_dev_.end())
+        return nullptr;
+    read_last_.store(static_cast<std::size_t>(found - openning_dev_.begin()), std::memory_order_relaxed);
+    return (*found)->dev_;
+}
+
+// Apart from the look-up, which every read makes. Where the entries move up, a remembered place says nothing.
+[[gnu::noinline]] _dev_inst *kx_sane_middleware::take_out(device_list::iterator entry)
+{
+    read_last_.store(0, std::memory_order_relaxed);
+    _dev_inst *const record = entry->release();
+    openning_dev_.erase(entry);
+    return record;
 }
 
 int kx_sane_middleware::close_device(void *sane_handle)

@@ -14,6 +14,7 @@
 #include "opened_devices.h"
 #include "sane_ex.h"
 
+#include <atomic>
 #include <csignal>
 #include <memory>
 #include <optional>
@@ -88,6 +89,9 @@ public:
     // The driver's handle, null when the device is not open. `remove` takes the record out of the list: *record_out is
     // then the caller's, or without record_out the record is freed.
     void *find_openning_device(void *sane_handle, bool remove, _dev_inst **record_out);
+
+    // The driver's handle as above, of a device whose place is remembered for the following look-ups.
+    void *device_to_read(void *sane_handle);
 
     // Resets the options of a record (destroy false), or frees it.
     static void free_device_inst(_dev_inst *record, bool destroy);
@@ -232,6 +236,9 @@ private:
     kx_sane_middleware();
     void start_driver();
 
+    // opened_devices.cpp
+    _dev_inst *take_out(device_list::iterator entry);
+
     // descriptor.cpp
     void register_dependencies(void *scanner, const SANE_Option_Descriptor &desc, const std::string &name,
                                const json &jsn);
@@ -268,7 +275,8 @@ private:
 
     SANE_Option_Descriptor *mem_ = nullptr; // of option 0
     bool ready_ = false;
-    device_list openning_dev_; // in the order of opening
+    device_list openning_dev_;              // in the order of opening
+    std::atomic<std::size_t> read_last_{0}; // where a search from the front found the device that was read last
     struct sigaction earlier_handler_ = {};
 
     static kx_sane_middleware *inst_;

@@ -40,7 +40,7 @@ int kx_sane_middleware::start(void *handle, void *event)
 int kx_sane_middleware::read(void *handle, void *data, int *length)
 {
     long count = *length;
-    void *const scanner = find_openning_device(handle, false, nullptr);
+    void *const scanner = device_to_read(handle);
     if (scanner == nullptr)
         return scanner_err_2_sane_statu(SCANNER_ERR_INVALID_PARAMETER);
     const int code = kx_scanner_read_img_data(scanner, data, &count);
