@@ -60,7 +60,7 @@ bool read(const cJSON *item, std::string &v)
 {
     if (!is(item, cJSON_String))
         return false;
-    v = text_of(item);
+    v = item->valuestring != nullptr ? item->valuestring : "";
     return true;
 }
 

@@ -10,6 +10,7 @@
 
 #include <sane/sane.h>
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -36,6 +37,7 @@ struct _dev_inst {
     // Options of before the last reload that were not described again (so far). The application may still hold their
     // descriptors; an option that comes back under its old name takes its old descriptor.
     std::vector<_device_option> retired_;
+    std::size_t retired_taken_ = 0; // at its front, whose descriptors were taken
 
     place_index<_device_option, &_device_option::name_> opts_by_name_;
     place_index<_device_option, &_device_option::option_no_> opts_by_number_;

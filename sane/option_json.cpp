@@ -86,7 +86,7 @@ const char *kx_sane_middleware::split_name(const char *text, std::string *name_o
     local_utility::skip_space(text);
     std::string name;
     if (*text == '"') {
-        const char *const end = text + 1 + std::strcspn(text + 1, "\"");
+        const char *const end = strchrnul(text + 1, '"');
         name.assign(text + 1, end);
         text = end;
         if (*text == '"') {

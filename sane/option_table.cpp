@@ -9,7 +9,9 @@
 #include "sane_kx_mdw.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -24,15 +26,29 @@ const _device_option *find_option(_dev_inst &dev, const void *option)
                                          : dev.opts_by_number_.find(dev.opts_, number);
 }
 
+// In the order of their names, to be searched in halves.
+constexpr auto known_by_name = [] {
+    std::array<well_known_option, std::size(well_known_options)> sorted{};
+    std::size_t count = 0;
+    for (const well_known_option &option : well_known_options) {
+        std::size_t place = count++;
+        for (; place > 0 && option.name < sorted[place - 1].name; --place)
+            sorted[place] = sorted[place - 1];
+        sorted[place] = option;
+    }
+    return sorted;
+}();
+
 // The identifier that the driver gives in the description, or that the name has; 0 for none.
 int well_known_id(const std::string &name, const json &description)
 {
     int id = 0;
     if (description.get_value("fix-id", id))
         return id;
-    const auto known = std::find_if(std::begin(well_known_options), std::end(well_known_options),
-                                    [&name](const well_known_option &candidate) { return candidate.name == name; });
-    return known != std::end(well_known_options) ? known->id : 0;
+    const auto known =
+        std::lower_bound(known_by_name.begin(), known_by_name.end(), name,
+                         [](const well_known_option &option, std::string_view wanted) { return option.name < wanted; });
+    return known != known_by_name.end() && known->name == name ? known->id : 0;
 }
 
 // In front of what an earlier reload left, so that of several options of one name each finds its own memory first.
@@ -41,6 +57,7 @@ void retire_options(_dev_inst &dev)
     dev.retired_.insert(dev.retired_.begin(), std::make_move_iterator(dev.opts_.begin()),
                         std::make_move_iterator(dev.opts_.end()));
     dev.retired_by_name_.clear();
+    dev.retired_taken_ = 0;
 }
 
 // Lets go of the records whose descriptors were taken.
@@ -52,11 +69,17 @@ void tidy_retired(_dev_inst &dev)
                   retired.end());
     retired.shrink_to_fit();
     dev.retired_by_name_.clear();
+    dev.retired_taken_ = 0;
 }
 
 // The first option of a name that was put aside and whose descriptor was not taken, null for none.
 _device_option *retired_option(_dev_inst &dev, std::string_view name)
 {
+    auto &taken = dev.retired_taken_;
+    while (taken < dev.retired_.size() && dev.retired_[taken].desc_ == nullptr)
+        ++taken;
+    if (taken < dev.retired_.size() && dev.retired_[taken].name_ == name)
+        return &dev.retired_[taken]; // mostly the options come back in their order
     auto *earlier = dev.retired_by_name_.find(dev.retired_, name);
     if (earlier == nullptr || earlier->desc_ != nullptr)
         return earlier;
@@ -125,10 +148,10 @@ SANE_Option_Descriptor *kx_sane_middleware::get_option_descriptor(void *sane_han
     _dev_inst &dev = **found;
     if (option == nullptr)
         return option_count_descriptor();
-    int option_no = -1;
-    if (auto *stored = find_stored_descriptor(scanner, option, &option_no, nullptr))
-        return stored;
+    if (const _device_option *stored = find_option(dev, option))
+        return stored->desc_.get();
 
+    int option_no = -1;
     std::string name;
     json description(get_option_json(scanner, option, &name, &option_no, buf, size).c_str());
     auto desc = from_json(scanner, name, &description);

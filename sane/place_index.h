@@ -54,7 +54,7 @@ private:
         if (indexed_ == list.size())
             return;
         if (list.size() * 4 > slots_.size() * 3)
-            make_room(list.size());
+            make_room(list.capacity()); // a list that was given room is going to fill it
         for (; indexed_ < list.size(); ++indexed_) {
             slot &place = slots_[slot_of(list, list[indexed_].*Key)];
             if (place == free)
