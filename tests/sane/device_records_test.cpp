@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <utility>
 
 namespace {
 
@@ -167,6 +168,32 @@ TEST_F(device_records, removal_hands_the_record_over_and_keeps_the_order_of_the_
     const auto third = middleware_->find_openning_device_in_que("third");
     EXPECT_EQ(1, third - first);
     EXPECT_EQ(nowhere(), middleware_->find_openning_device_in_que("second"));
+}
+
+TEST_F(device_records, device_that_was_read_is_found_after_another_is_closed)
+{
+    void *const first = open("first");
+    void *const second = open("second");
+    EXPECT_EQ(pointer(0x200000004), middleware_->device_to_read(second));
+    middleware_->close_device(first);
+    EXPECT_EQ(pointer(0x200000004), middleware_->device_to_read(second));
+    EXPECT_EQ(nullptr, middleware_->device_to_read(first));
+    middleware_->close_device(second);
+    EXPECT_EQ(nullptr, middleware_->device_to_read(second));
+}
+
+TEST_F(device_records, first_of_one_driver_handle_counts_after_the_entries_move_up)
+{
+    void *const first = open("first");
+    void *const second = open("second");
+    open("third");
+    const auto third = middleware_->find_openning_device_in_que("third");
+    void *const own_handle = std::exchange((*third)->dev_, pointer(0x200000004));
+    _dev_inst *const record = third->get();
+    middleware_->device_to_read(second);
+    middleware_->close_device(first);
+    EXPECT_EQ("second", (*middleware_->find_openning_device_in_que(pointer(0x200000004)))->name_);
+    record->dev_ = own_handle;
 }
 
 TEST_F(device_records, removal_without_taker_frees_the_record)
