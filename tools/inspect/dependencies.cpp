@@ -103,12 +103,13 @@ std::vector<std::string> ignored_conditions(const json &description)
     const char *const rule = rule_in(description);
     if (rule == nullptr)
         return {};
-    const std::vector<std::string> list = list_in(description, rule);
+    std::vector<std::string> list = list_in(description, rule);
     const auto malformed = std::find_if(list.begin(), list.end(), [](const std::string &text) {
         _master_option unused;
         return !kx_sane_middleware::parse_master_option(text.c_str(), unused);
     });
-    return {malformed, list.end()};
+    list.erase(list.begin(), malformed);
+    return list;
 }
 
 } // namespace inspect

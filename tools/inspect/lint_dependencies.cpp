@@ -2,7 +2,7 @@
 // Conditions, read with the backend's grammar: a malformed one ends the list without a word, a master that does not
 // exist is never met or always, and options that depend on nothing but each other stay off for good. A circle is no
 // mistake where a condition on another option leads into it.
-// Tested by tests/tools/lint_dependencies_test.cpp.
+// Tested by tests/tools/lint_test.cpp.
 #include "lint.h"
 #include "local_utility.h"
 #include "sane_kx_mdw.h"

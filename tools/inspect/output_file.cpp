@@ -6,9 +6,9 @@
 #include "failure.h"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace inspect {
@@ -19,7 +19,7 @@ namespace {
 
 [[noreturn]] void fail(const std::string &path)
 {
-    throw failure(exit_status::output_failed, fmt::format("{}: {}", path, std::strerror(errno)));
+    throw failure(exit_status::output_failed, fmt::format("{}: {}", path, std::generic_category().message(errno)));
 }
 
 // A link stays one: the file that it leads to is replaced.
