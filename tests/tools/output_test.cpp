@@ -31,6 +31,16 @@ TEST_F(output, replaces_what_is_no_text)
     EXPECT_EQ(inspect::printable("a\xff\xe5\x8f"), "a???");
 }
 
+TEST_F(output, escapes_in_json_what_a_terminal_would_obey)
+{
+    EXPECT_EQ(inspect::json_text("Größe, 双面, \xc2\xa0"), "\"Größe, 双面, \xc2\xa0\"");
+    EXPECT_EQ(inspect::json_text("a\x1b[31m\n\x7f\xc2\x9b"
+                                 "1m"),
+              R"("a\u001b[31m\n\u007f\u009b1m")");
+    EXPECT_EQ(inspect::json_text("a\xff"), "\"a\xef\xbf\xbd\"");
+    EXPECT_EQ(inspect::json_text({{"key", "\xe5\x8f"}}, 1), "{\n \"key\": \"\xef\xbf\xbd\"\n}");
+}
+
 TEST_F(output, counts_columns_of_a_terminal)
 {
     EXPECT_EQ(inspect::columns_of("Größe"), 5u);

@@ -63,7 +63,9 @@ exit_status run(int count, char **words)
     try {
         program.parse(count, words);
     } catch (const CLI::ParseError &error) {
-        return program.exit(error) == 0 ? exit_status::done : exit_status::usage;
+        const bool was_help = program.exit(error) == 0;
+        inspect::finish_output();
+        return was_help ? exit_status::done : exit_status::usage;
     }
     const exit_status status = chosen();
     inspect::finish_output();

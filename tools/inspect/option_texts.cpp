@@ -12,14 +12,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fmt/format.h>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 namespace inspect {
 
 namespace {
+
+constexpr int deepest_nesting = 1000; // that the backend reads in a text
 
 std::string content_of(const std::string &path)
 {
@@ -27,7 +29,7 @@ std::string content_of(const std::string &path)
     std::ostringstream content;
     content << file.rdbuf();
     if (!file)
-        throw failure(exit_status::usage, fmt::format("{}: {}", path, std::strerror(errno)));
+        throw failure(exit_status::usage, fmt::format("{}: {}", path, std::generic_category().message(errno)));
     return content.str();
 }
 
@@ -81,7 +83,12 @@ option_text text_of(json_value option, int number)
 
 std::vector<option_text> texts_in_profile(const std::string &content, const std::string &path)
 {
-    const json_value profile = json_value::parse(content, nullptr, false);
+    const auto not_too_deep = [&path](int depth, json_value::parse_event_t, json_value &) {
+        if (depth > deepest_nesting)
+            throw failure(exit_status::usage, fmt::format("{}: nested more than {} deep", path, deepest_nesting));
+        return true;
+    };
+    const json_value profile = json_value::parse(content, not_too_deep, false);
     if (!profile.is_object() || !profile.contains("options") || !profile["options"].is_array())
         throw failure(exit_status::usage, fmt::format("{}: neither a profile nor texts of options", path));
     std::vector<option_text> texts;

@@ -8,8 +8,9 @@
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
-#include <cstring>
 #include <cwchar>
+#include <fmt/format.h>
+#include <system_error>
 
 namespace inspect {
 
@@ -68,21 +69,38 @@ void print(std::string_view text)
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+std::string json_text(const json_value &value, int indentation)
+{
+    std::string result;
+    const std::string text = value.dump(indentation, ' ', false, json_value::error_handler_t::replace);
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool is_c1 = text[at] == '\xc2' && static_cast<unsigned char>(text[at + 1]) < 0xa0;
+        if (is_c1)
+            ++at;
+        if (is_c1 || text[at] == '\x7f')
+            result += fmt::format("\\u{:04x}", static_cast<unsigned char>(text[at]));
+        else
+            result += text[at];
+    }
+    return result;
+}
+
 void print_json(const json_value &value)
 {
-    print(value.dump(2, ' ', false, json_value::error_handler_t::replace) + "\n");
+    print(json_text(value, 2) + "\n");
 }
 
 void print_json_line(const json_value &value)
 {
-    print(value.dump(-1, ' ', false, json_value::error_handler_t::replace) + "\n");
+    print(json_text(value) + "\n");
     std::fflush(stdout);
 }
 
 void finish_output()
 {
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-        throw failure(exit_status::output_failed, std::string("standard output: ") + std::strerror(errno));
+        throw failure(exit_status::output_failed,
+                      std::string("standard output: ") + std::generic_category().message(errno));
 }
 
 } // namespace inspect

@@ -21,6 +21,10 @@ using json_value = nlohmann::ordered_json;
 
 void print(std::string_view text);
 
+// On one line, or indented by so many columns. As little of it is obeyed by a terminal as of printable text; what is no
+// UTF-8 is replaced.
+[[nodiscard]] std::string json_text(const json_value &value, int indentation = -1);
+
 // Indented, with a line end; what is no UTF-8 is replaced.
 void print_json(const json_value &value);
 

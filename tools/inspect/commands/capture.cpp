@@ -114,7 +114,7 @@ captured_scanner capture(const capture_arguments &arguments)
 
 std::string as_file(const json_value &content)
 {
-    return content.dump(4, ' ', false, json_value::error_handler_t::replace) + "\n";
+    return json_text(content, 4) + "\n";
 }
 
 void write_file(const std::string &path, const json_value &content)

@@ -116,8 +116,8 @@ std::string as_table(const dependency &shown)
 std::string own_reason(const explanation &shown)
 {
     const option &asked = shown.asked;
-    std::string text =
-        fmt::format("{} ({}) is {}.\n", asked.name, printable(asked.title), asked.is_active() ? "active" : "inactive");
+    std::string text = fmt::format("{} ({}) is {}.\n", printable(asked.name), printable(asked.title),
+                                   asked.is_active() ? "active" : "inactive");
     if (shown.reasons.empty())
         return text + (asked.is_active() ? "It has no conditions.\n"
                                          : "It has no conditions: the driver itself says that it is inactive.\n");

@@ -10,10 +10,10 @@
 #include "setting.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fmt/format.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace inspect {
@@ -67,20 +67,20 @@ std::string in_quotes(const std::string &text)
 
 std::string node_text(const option &node, const std::vector<dependency> &dependencies)
 {
-    std::string label = node.name + "\n" + printable(node.title);
+    std::string label = printable(node.name) + "\n" + printable(node.title);
     const dependency *own = dependency_of(dependencies, node.name);
     if (own != nullptr && own->conditions.size() > 1)
         label += own->all ? "\n(all of them)" : "\n(one of them)";
     const char *const look = node.is_active()
                                  ? R"(style="rounded,filled", fillcolor="#e3f1e3")"
                                  : R"(style="rounded,filled,dashed", fillcolor="#eeeeee", fontcolor="#777777")";
-    return fmt::format("    {} [label={}, {}];\n", in_quotes(node.name), in_quotes(label), look);
+    return fmt::format("    {} [label={}, {}];\n", in_quotes(printable(node.name)), in_quotes(label), look);
 }
 
 std::string edge_text(const condition &test, const std::string &slave)
 {
     const bool met = test.state == condition_state::met;
-    return fmt::format("    {} -> {} [label={}, {}];\n", in_quotes(test.master), in_quotes(slave),
+    return fmt::format("    {} -> {} [label={}, {}];\n", in_quotes(test.master), in_quotes(printable(slave)),
                        in_quotes(printable(test.test)),
                        met ? R"(color="#2e7d32")" : R"(style=dashed, color="#999999", fontcolor="#777777")");
 }
@@ -91,7 +91,7 @@ std::string as_dot(const graph &shown)
                                    "    rankdir=LR;\n"
                                    "    node [shape=box, fontname=\"sans-serif\", fontsize=11];\n"
                                    "    edge [fontname=\"sans-serif\", fontsize=10];\n",
-                                   in_quotes(shown.device));
+                                   in_quotes(printable(shown.device)));
     for (const option &each : shown.nodes)
         text += node_text(each, shown.dependencies);
     for (const dependency &slave : shown.dependencies)
@@ -135,7 +135,7 @@ void draw(int input, int output)
     const int error = ::posix_spawnp(&process, words[0], &actions, nullptr, const_cast<char *const *>(words), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
-        fail_to_draw(fmt::format("\"dot\" of Graphviz: {}", std::strerror(error)));
+        fail_to_draw(fmt::format("\"dot\" of Graphviz: {}", std::generic_category().message(error)));
     int status = 0;
     ::waitpid(process, &status, 0);
     if (status != 0)
