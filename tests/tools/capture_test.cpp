@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A scanner made of a captured profile shows what the captured one showed.
+#include "backend.h"
+#include "capture.h"
 #include "inspect.h"
 
 #include <nlohmann/json.hpp>
@@ -142,6 +144,37 @@ TEST_F(capture, leaves_no_file_where_it_cannot_be_written)
 {
     expect_failure(inspect({"capture", "-o", path("missing/captured.json")}), 10,
                    path("missing/captured.json") + ": No such file or directory");
+}
+
+// The option that is made of a text, and what is said of it, of a driver that contradicts itself.
+inspect::captured_options captured_from(const std::string &name, const std::string &description)
+{
+    const inspect::backend sane;
+    return inspect::capture_options({{1, name, description}});
+}
+
+TEST(captured_options, have_no_bounds_of_texts)
+{
+    const auto captured = captured_from("mode", R"({"type": "string", "size": 16, "default": "Gray",
+        "range": {"min": "Color", "max": "Lineart"}})");
+    EXPECT_EQ(captured.options[0]["range"], inspect::json_value({"Color", "Lineart"}));
+    EXPECT_EQ(captured.losses, std::vector<std::string>{"mode: its default is not allowed: \"Color\" instead"});
+}
+
+TEST(captured_options, tell_losses_of_texts_that_are_no_text)
+{
+    const auto captured = captured_from("mode", "{\"type\": \"string\", \"size\": 16, \"default\": \"Gr\xe4u\", "
+                                                "\"range\": [\"Gr\xe4y\"]}");
+    EXPECT_EQ(captured.losses,
+              std::vector<std::string>{"mode: its default is not allowed: \"Gr\xef\xbf\xbdy\" instead"});
+}
+
+TEST(captured_options, end_at_32_bits)
+{
+    const auto captured = captured_from("speed", R"({"type": "int", "size": 4, "default": 1e300,
+        "range": [1e300, -1e300, 7]})");
+    EXPECT_EQ(captured.options[0]["range"], inspect::json_value({2147483647, -2147483647 - 1, 7}));
+    EXPECT_EQ(captured.losses, std::vector<std::string>());
 }
 
 } // namespace

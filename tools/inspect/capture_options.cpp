@@ -75,7 +75,7 @@ private:
             return read<bool>(path);
         if (option_.type == "int")
             return read<int>(path);
-        if (has("range/min"))
+        if (option_.type == "float" && has("range/min"))
             return read<double>(path);
         std::string text;
         option_.description.get_value_as_string(path, text, false);
@@ -123,7 +123,7 @@ private:
             else if (option_.type == "bool")
                 profile_["range"].push_back(text == "true");
             else if (option_.type == "int")
-                profile_["range"].push_back(static_cast<int>(text_to_number(text.c_str())));
+                profile_["range"].push_back(kx_sane_middleware::truncate_to_word(text_to_number(text.c_str())));
             else
                 profile_["range"].push_back(text_to_number(text.c_str()));
         }
@@ -145,13 +145,13 @@ private:
         if (!allows(value)) {
             const json_value &range = profile_["range"];
             value = range.is_object() ? range["min"] : range[0];
-            lose(fmt::format("its default is not allowed: {} instead", value.dump()));
+            lose(fmt::format("its default is not allowed: {} instead", json_text(value)));
         }
         profile_["default"] = value;
         const bool is_the_process_language = option_.text.name == "language"; // which no scanner keeps
         if (has("cur") && !is_the_process_language && value_at("cur") != value)
-            lose(fmt::format("it stands at {}, and in the profile at its default {}", value_at("cur").dump(),
-                             value.dump()));
+            lose(fmt::format("it stands at {}, and in the profile at its default {}", json_text(value_at("cur")),
+                             json_text(value)));
     }
 
     void add_size()
