@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The table of a scanner's options, and the same for scripts.
+#include "failure.h"
 #include "inspect.h"
+#include "option.h"
 
 #include <nlohmann/json.hpp>
 
@@ -88,6 +90,23 @@ TEST_F(options, that_the_driver_describes_wrongly_are_left_out)
     set_variable("PELVIRTUAL_FAULTS", "garbage(brightness) as broken");
     EXPECT_TRUE(option_in_json({}, "brightness").is_null());
     EXPECT_EQ(option_in_json({}, "gamma")["number"], 9);
+}
+
+TEST(option_named, takes_a_name_before_a_number_before_an_identifier)
+{
+    std::vector<inspect::option> described(3);
+    described[0].number = 1;
+    described[0].name = "first";
+    described[0].fixed_id = 2;
+    described[1].number = 2;
+    described[1].name = "second";
+    described[2].number = 3;
+    described[2].name = "1";
+    described[2].fixed_id = 34840;
+    EXPECT_EQ(inspect::option_named(described, "1").number, 3);
+    EXPECT_EQ(inspect::option_named(described, "2").number, 2);
+    EXPECT_EQ(inspect::option_named(described, "34840").number, 3);
+    EXPECT_THROW(static_cast<void>(inspect::option_named(described, "0")), inspect::failure);
 }
 
 } // namespace

@@ -114,7 +114,8 @@ TEST_F(set, tells_a_refusal_from_a_mistake)
     expect_failure(inspect({"set", "group-image=1"}), 8, "group-image: a group has no value");
     expect_failure(inspect({"set", "resolution=fine"}), 2, "resolution: \"fine\" is no value of the type int");
     expect_failure(inspect({"set", "resolution=75dpi"}), 2, "resolution: \"75dpi\" is no value of the type int");
-    expect_failure(inspect({"set", "gamma="}), 2, "gamma: \"\" is no value of the type fixed");
+    for (const std::string text : {"", "-", "1e", "1.5.5", "1e999", "inf", "nan"})
+        expect_failure(inspect({"set", "gamma=" + text}), 2, "gamma: \"" + text + "\" is no value of the type fixed");
     expect_failure(inspect({"set", "is-photo-mode=maybe"}), 2, "is-photo-mode: \"maybe\" is no value of the type bool");
 }
 

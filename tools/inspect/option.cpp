@@ -18,7 +18,8 @@ namespace inspect {
 
 namespace {
 
-constexpr int most_added_options = 16; // far more than the backend adds
+constexpr int most_added_options = 16;           // far more than the backend adds
+constexpr int most_bytes_of_value = 1024 * 1024; // a driver that tells more has no value, and takes no memory
 
 int driver_option_count(const scanner &device)
 {
@@ -73,6 +74,8 @@ json_value current_value(const scanner &device, const option &described)
 {
     if (!described.has_value() || described.well_known)
         return nullptr; // the backend does not read the values of those that it adds
+    if (described.size > most_bytes_of_value)
+        return nullptr;
     std::vector<char> value(static_cast<std::size_t>(std::max(described.size, 0)) + sizeof(SANE_Word) + 1);
     const SANE_Status status =
         sane_pelsane_control_option(device.handle(), described.number, SANE_ACTION_GET_VALUE, value.data(), nullptr);
@@ -152,14 +155,19 @@ std::vector<option> read_options(const scanner &device)
 
 const option &option_named(const std::vector<option> &options, const std::string &given)
 {
-    const auto is_meant = [&given](const option &each) {
-        return each.name == given || std::to_string(each.number) == given ||
-               (each.fixed_id != 0 && std::to_string(each.fixed_id) == given);
+    using meaning = bool (*)(const option &, const std::string &);
+    constexpr meaning meanings[] = {
+        [](const option &each, const std::string &text) { return each.name == text; },
+        [](const option &each, const std::string &text) { return std::to_string(each.number) == text; },
+        [](const option &each, const std::string &text) {
+            return each.fixed_id != 0 && std::to_string(each.fixed_id) == text;
+        },
     };
-    const auto found = std::find_if(options.begin(), options.end(), is_meant);
-    if (found == options.end())
-        throw failure(exit_status::no_option, fmt::format("there is no option \"{}\"", given));
-    return *found;
+    for (const meaning is_meant : meanings)
+        for (const option &each : options)
+            if (is_meant(each, given))
+                return each;
+    throw failure(exit_status::no_option, fmt::format("there is no option \"{}\"", given));
 }
 
 json_value value_in_json(SANE_Value_Type type, const void *value, std::size_t size)

@@ -37,7 +37,8 @@ struct option {
 // descriptor and is left out. Throws failure.
 [[nodiscard]] std::vector<option> read_options(const scanner &device);
 
-// The option that the user means by a name, a number or a well-known identifier. Throws failure.
+// The option that the user means by a name, a number or a well-known identifier, in this order where a driver lets one
+// text be several of them. Throws failure.
 [[nodiscard]] const option &option_named(const std::vector<option> &options, const std::string &given);
 
 // A value of an option: a word in SANE's form or a text, which may end at `size` without a NUL.

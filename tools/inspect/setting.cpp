@@ -5,7 +5,6 @@
 #include "setting.h"
 
 #include "failure.h"
-#include "number_text.h"
 #include "sane_kx_mdw.h"
 #include "sane_pelsane.h"
 
@@ -43,10 +42,12 @@ std::optional<SANE_Word> int_word(const std::string &text)
 
 std::optional<SANE_Word> fixed_word(const std::string &text)
 {
-    constexpr const char *characters_of_numbers = "0123456789.-+eE";
-    if (text.empty() || text.find_first_not_of(characters_of_numbers) != std::string::npos)
+    double number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end || !std::isfinite(number))
         return std::nullopt;
-    return kx_sane_middleware::double_2_sane_fixed(text_to_number(text.c_str()));
+    return kx_sane_middleware::double_2_sane_fixed(number);
 }
 
 std::optional<SANE_Word> word_of(SANE_Value_Type type, const std::string &text)
@@ -98,8 +99,9 @@ setting_outcome apply(const scanner &device, const std::vector<option> &options,
         throw failure(exit_status::refused, fmt::format("{}: a group has no value", target.name));
     SANE_Int info = 0;
     if (target.type == SANE_TYPE_BUTTON) {
-        device.check(sane_pelsane_control_option(device.handle(), target.number, SANE_ACTION_SET_VALUE, nullptr, &info),
-                     target.name);
+        const SANE_Status status =
+            sane_pelsane_control_option(device.handle(), target.number, SANE_ACTION_SET_VALUE, nullptr, &info);
+        require_accepted(device, status, target.name);
         return {target.name, nullptr, nullptr, info};
     }
     value_block block = block_of(target, wanted.value);
