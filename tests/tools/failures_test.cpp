@@ -5,13 +5,36 @@
 namespace inspect_test {
 namespace {
 
-class failures : public inspect_program {};
+class failures : public inspect_program {
+protected:
+    [[nodiscard]] std::vector<arguments> commands_with_a_scanner() const
+    {
+        return {{"options"},
+                {"get", "resolution"},
+                {"set", "resolution=150"},
+                {"info"},
+                {"explain", "threshold"},
+                {"graph"},
+                {"lint"},
+                {"capture", "-o", path("captured.json")},
+                {"scan", "-o", path("page.png")},
+                {"watch"}};
+    }
+};
 
 TEST_F(failures, access_is_denied)
 {
     set_variable("PELVIRTUAL_FAULTS", "deny");
-    for (const std::string command : {"options", "info", "watch"})
-        expect_failure(inspect({command}), 5, "test:small: access denied");
+    for (const arguments &command : commands_with_a_scanner())
+        expect_failure(inspect(command), 5, "test:small: access denied");
+}
+
+TEST_F(failures, there_is_no_scanner)
+{
+    std::filesystem::create_directory(path("nothing"));
+    set_variable("PELVIRTUAL_PROFILES", path("nothing"));
+    for (const arguments &command : commands_with_a_scanner())
+        expect_failure(inspect(command), 3, "no scanner was found");
 }
 
 TEST_F(failures, a_scanner_that_asks_is_opened_without_a_user)
@@ -34,6 +57,45 @@ TEST_F(failures, the_scanner_has_gone)
     set_variable("PELVIRTUAL_FAULTS", "status gone");
     expect_failure(inspect({"get", "resolution"}), 7, "test:small: the number of options: the scanner has gone");
     expect_failure(inspect({"info"}), 7, "test:small: reading the information: the scanner has gone");
+}
+
+// It answers a few times more before it does not any longer.
+TEST_F(failures, the_scanner_goes_while_it_is_read)
+{
+    struct {
+        arguments command;
+        const char *tried;
+    } const cases[] = {{{"options"}, "reading the options"},
+                       {{"get", "resolution"}, "reading the options"},
+                       {{"set", "gamma=2"}, "reading the options"},
+                       {{"explain", "threshold"}, "reading the options"},
+                       {{"graph"}, "reading the options"},
+                       {{"graph", "--svg", path("options.svg")}, "reading the options"},
+                       {{"info"}, "reading the information"},
+                       {{"capture", "-o", path("captured.json")}, "reading the information"},
+                       {{"scan", "-o", path("page.png")}, "reading the options"}};
+    set_variable("PELVIRTUAL_FAULTS", "get_status from 4 answers gone always");
+    for (const auto &each : cases) {
+        const outcome result = inspect(each.command);
+        expect_failure(result, 7, std::string("test:small: ") + each.tried + ": the scanner has gone");
+        EXPECT_EQ(result.output, "");
+    }
+    for (const char *file : {"options.svg", "captured.json", "page.png"})
+        EXPECT_FALSE(std::filesystem::exists(path(file))) << file;
+}
+
+TEST_F(failures, the_scanner_goes_while_its_texts_are_read)
+{
+    set_variable("PELVIRTUAL_FAULTS", "get_parameter from 5 answers gone always; status gone");
+    for (const char *command : {"lint", "capture"})
+        expect_failure(inspect({command}), 7, "test:small: reading the options' texts: the scanner has gone");
+}
+
+TEST_F(failures, a_driver_that_denies_a_button_denies_no_access)
+{
+    set_variable("PELVIRTUAL_FAULTS", "set_parameter(clear-rollers) answers denied");
+    expect_failure(inspect({"set", "clear-rollers="}), 8,
+                   "test:small: clear-rollers: Access is denied, or the setting can only be read.");
 }
 
 TEST_F(failures, the_driver_does_not_start)
@@ -63,7 +125,10 @@ TEST_F(failures, the_usage_is_wrong)
 
 TEST_F(failures, nobody_reads_the_output)
 {
-    for (const std::string command : {"devices", "options", "info --json"}) {
+    for (const std::string command :
+         {"devices", "options", "options --json", "get mode", "set mode=Color", "info --json", "explain threshold",
+          "explain mode --json", "graph", "graph --json", "lint", "lint --json", "capture", "capture --json",
+          "scan --json -o /dev/null --format pnm", "--help"}) {
         const outcome result = run_shell("exec 3> >(exit 0); wait $!; \"$INSPECT\" " + command + " >&3; echo $?");
         EXPECT_EQ(result.output, "141\n") << command;
         EXPECT_EQ(result.messages, "") << command;
@@ -72,13 +137,16 @@ TEST_F(failures, nobody_reads_the_output)
 
 TEST_F(failures, the_output_has_no_room)
 {
-    const outcome result = run_shell("\"$INSPECT\" options >/dev/full");
-    expect_failure(result, 10, "standard output: No space left on device");
+    for (const std::string command : {"options", "graph", "lint", "capture", "--help"}) {
+        const outcome result = run_shell("\"$INSPECT\" " + command + " >/dev/full");
+        expect_failure(result, 10, "standard output: No space left on device");
+    }
 }
 
 TEST_F(failures, help_is_none)
 {
-    for (const std::string command : {"devices", "options", "get", "set", "info", "scan", "watch"}) {
+    for (const std::string command :
+         {"devices", "options", "get", "set", "info", "explain", "graph", "lint", "capture", "scan", "watch"}) {
         const outcome result = inspect({command, "--help"});
         EXPECT_EQ(result.status, 0) << command;
         EXPECT_TRUE(system_test::contains(result.output, "pelsane-inspect " + command)) << result.output;

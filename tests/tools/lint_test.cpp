@@ -255,6 +255,14 @@ TEST_F(lint, finds_texts_that_a_scanner_garbles)
     EXPECT_EQ(result.status, 1);
 }
 
+TEST_F(lint, keeps_control_characters_from_the_terminal)
+{
+    write_file("texts", "\"is\x1b[31m\" : {\"type\": \"red\\u001b[0m\"}\n");
+    EXPECT_EQ(inspect({"lint", path("texts")}).output,
+              "option 1, is [31m: error: \"red [0m\" is no type: the option is not shown [no-descriptor]\n" +
+                  path("texts") + ": errors: 1, warnings: 0\n");
+}
+
 TEST_F(lint, says_the_same_to_scripts)
 {
     write_file("texts", "\"is-flag\" : {\"type\": \"bool\", \"title\": \"Flag\", \"desc\": \"A flag\"}\n");
@@ -275,6 +283,9 @@ TEST_F(lint, refuses_a_file_of_another_kind)
 {
     write_file("page", "P6 1 1 255");
     expect_failure(inspect({"lint", path("page")}), 2, path("page") + ": neither a profile nor texts of options");
+    write_file("deep", R"({"options": [{"name": "a", "x": )" + std::string(100000, '['));
+    expect_failure(inspect({"lint", path("deep")}), 2, path("deep") + ": nested more than 1000 deep");
+    expect_failure(inspect({"lint", path("")}), 2, path("") + ": neither a profile nor texts of options");
     expect_failure(inspect({"lint", path("missing.json")}), 3, "there is no scanner \"" + path("missing.json") + "\"");
 }
 
