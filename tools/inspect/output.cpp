@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
+#include <cuchar>
 #include <cwchar>
 #include <fmt/format.h>
 #include <system_error>
@@ -25,11 +26,11 @@ struct character {
 character first_character(std::string_view text)
 {
     std::mbstate_t state{};
-    wchar_t wide = 0;
-    const std::size_t bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
+    char32_t wide = 0;
+    const std::size_t bytes = std::mbrtoc32(&wide, text.data(), text.size(), &state);
     if (bytes == 0 || bytes > text.size())
         return {1, -1};
-    return {bytes, ::wcwidth(wide)};
+    return {bytes, ::wcwidth(static_cast<wchar_t>(wide))};
 }
 
 bool is_control(char byte)

@@ -43,7 +43,7 @@ void copy_words(const page &scanned, Pix *pix)
     for (int y = 0; y < scanned.parameters.lines; ++y)
         for (int x = 0; x < scanned.parameters.pixels_per_line; ++x) {
             std::uint16_t sample = 0;
-            std::memcpy(&sample, line_of(scanned, y) + 2 * x, sizeof(sample));
+            std::memcpy(&sample, line_of(scanned, y) + 2 * std::size_t(x), sizeof(sample));
             SET_DATA_TWO_BYTES(pixGetData(pix) + std::size_t(y) * std::size_t(pixGetWpl(pix)), x, sample);
         }
 }
