@@ -90,6 +90,7 @@ exit_status guarded_run(int count, char **words)
 
 int main(int count, char **words)
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet.
     std::setlocale(LC_CTYPE, "C.UTF-8"); // texts of devices are UTF-8
     std::signal(SIGPIPE, SIG_DFL);       // who reads no further ends the program, whatever the parent has set
     return static_cast<int>(guarded_run(count, words));
