@@ -15,6 +15,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CMAKE_SYSROOT})
 set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/aarch64-linux-gnu/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static -L ${CMAKE_SYSROOT})
+# By its path: tests start programs with another search path, too.
+find_program(ARM64_EMULATOR qemu-aarch64-static REQUIRED)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${ARM64_EMULATOR} -L ${CMAKE_SYSROOT})
 # Where tests find the applications that they start: scripts that run them in the emulator.
 set(PELSANE_PROGRAMS ${arm64_system}/programs CACHE PATH "Folder of the applications that tests start")

@@ -6,8 +6,8 @@
 
 # shellcheck disable=SC2154 # lib.sh sets it
 arm64_system=$repository/build/arm64-system
-unpacked_packages=(libc-bin libc6-dev libcjson-dev libgtest-dev libleptonica-dev libsane-dev libsane1
-    nlohmann-json3-dev python3 python3-pil python3-sane sane-utils)
+unpacked_packages=(libc-bin libc6-dev libcjson-dev libcli11-dev libfmt-dev libgtest-dev libleptonica-dev libsane-dev
+    libsane1 nlohmann-json3-dev python3 python3-jsonschema python3-pil python3-sane sane-utils)
 emulated_programs=(usr/bin/python3 usr/bin/scanimage usr/sbin/saned)
 
 # apt with this machine's sources, for a machine of the other kind on which nothing is installed.
