@@ -10,6 +10,7 @@
 #include "setting.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fmt/format.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -123,7 +124,13 @@ json_value as_json(const graph &shown)
     throw failure(exit_status::output_failed, "the picture cannot be drawn: " + reason);
 }
 
-// Runs "dot" on a file that is open, into another one.
+[[noreturn]] void fail_to_run_dot(int error)
+{
+    fail_to_draw(fmt::format("\"dot\" of Graphviz: {}", std::generic_category().message(error)));
+}
+
+// Runs "dot" on a file that is open, into another one. That it is not there may show only in the new process, which
+// then ends with the status that POSIX has for this.
 void draw(int input, int output)
 {
     const char *const words[] = {"dot", "-Tsvg", nullptr};
@@ -135,9 +142,11 @@ void draw(int input, int output)
     const int error = ::posix_spawnp(&process, words[0], &actions, nullptr, const_cast<char *const *>(words), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
-        fail_to_draw(fmt::format("\"dot\" of Graphviz: {}", std::generic_category().message(error)));
+        fail_to_run_dot(error);
     int status = 0;
     ::waitpid(process, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 127)
+        fail_to_run_dot(ENOENT);
     if (status != 0)
         fail_to_draw("\"dot\" of Graphviz failed");
 }
