@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -36,7 +35,7 @@ public:
     {
         Number value{};
         const std::string_view taken = take(sizeof(value));
-        std::memcpy(&value, taken.data(), taken.size());
+        std::copy(taken.begin(), taken.end(), reinterpret_cast<char *>(&value)); // there may be none, and nowhere
         return value;
     }
 
