@@ -6,6 +6,6 @@
 #include <cstddef>
 
 std::size_t allocations_made();
-std::size_t bytes_held(); // as the allocator rounds them
+std::size_t bytes_held(); // in blocks that are held, each rounded up as the allocator rounds it
 
 #endif

@@ -132,7 +132,7 @@ def other_rows(figures):
     counts = figures.counts
     yield ("memory of an opened device, 85 options", counts["memory/opened"] / counts["memory/handed-out"], 3,
            f"{counts['memory/opened']:,.0f} bytes against {counts['memory/handed-out']:,.0f}")
-    yield ("bytes grown over 1,000 reloads", counts["memory/grown"], 0, "as the allocator rounds them")
+    yield ("bytes grown over 1,000 reloads", counts["memory/grown"], 0, "each block with the room that its size needs")
     seconds = figures.process["seconds"]
     cpu = {name: statistics.median(run["cpu"] for run in runs) for name, runs in seconds.items()}
     elapsed = {name: statistics.median(run["elapsed"] for run in runs) for name, runs in seconds.items()}
