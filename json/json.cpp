@@ -56,7 +56,7 @@ bool read(const cJSON *item, double &v)
     return true;
 }
 
-bool read(const cJSON *item, std::string &v)
+template <typename Text> bool read_text(const cJSON *item, Text &v)
 {
     if (!is(item, cJSON_String))
         return false;
@@ -184,7 +184,12 @@ bool json::get_value(const char *path, double &v) const
 
 bool json::get_value(const char *path, std::string &v) const
 {
-    return read(find(path), v);
+    return read_text(find(path), v);
+}
+
+bool json::get_value(const char *path, std::string_view &v) const
+{
+    return read_text(find(path), v);
 }
 
 bool json::get_value(const char *path, json *&v) const
@@ -333,7 +338,7 @@ bool json::value(double &v) const
 
 bool json::value(std::string &v) const
 {
-    return read(obj_, v);
+    return read_text(obj_, v);
 }
 
 bool json::get_as_array(const char *path, std::vector<std::string> &out) const

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct cJSON;
@@ -39,6 +40,7 @@ public:
     bool get_value(const char *path, int &v) const;
     bool get_value(const char *path, double &v) const;
     bool get_value(const char *path, std::string &v) const;
+    bool get_value(const char *path, std::string_view &v) const; // borrowed, while the document stays as it is
 
     // A copy of the item at a path as a document of its own, which the caller deletes.
     bool get_value(const char *path, json *&v) const;

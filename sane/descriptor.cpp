@@ -139,7 +139,7 @@ SANE_Int capabilities(SANE_Int cap, const json &jsn)
     bool readonly = false;
     if (jsn.get_value("readonly", readonly) && readonly)
         cap = (cap & ~access) | SANE_CAP_SOFT_DETECT;
-    std::string category;
+    std::string_view category;
     if (jsn.get_value("cat", category) && category == "advanced")
         cap |= SANE_CAP_ADVANCED;
     bool enabled = true;
@@ -162,7 +162,7 @@ SANE_Unit unit_of(std::string_view name)
 descriptor_ptr kx_sane_middleware::from_json(void *scanner, const std::string &name, json *jsn)
 {
     const option_texts texts{name, get_string_in_json(jsn, "title"), get_string_in_json(jsn, "desc")};
-    std::string type;
+    std::string_view type;
     if (!jsn->get_value("type", type))
         return nullptr;
     int longest = 0;

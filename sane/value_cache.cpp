@@ -8,12 +8,13 @@
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
+#include <string_view>
 #include <utility>
 
 namespace {
 
 // An option without a current value keeps the text that it had.
-std::string current_text(const json &option_json, const std::string &type, std::string text)
+std::string current_text(const json &option_json, std::string_view type, std::string text)
 {
     option_json.get_value_as_string("cur", text, type == "int");
     if (type == "string")
@@ -30,10 +31,9 @@ bool kx_sane_middleware::refresh_current_value(_dev_inst *dev, const char *name,
         cached->val = current_text(*option_json, cached->type, earlier);
         return cached->val != earlier;
     }
-    _cur_val fresh{name, {}, {}};
-    option_json->get_value("type", fresh.type);
-    fresh.val = current_text(*option_json, fresh.type, {});
-    dev->cur_vals_.push_back(std::move(fresh));
+    std::string_view type;
+    option_json->get_value("type", type);
+    dev->cur_vals_.push_back({name, std::string(type), current_text(*option_json, type, {})});
     return false;
 }
 
