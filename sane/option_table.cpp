@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <iterator>
 #include <string_view>
 #include <utility>
@@ -26,17 +27,27 @@ const _device_option *find_option(_dev_inst &dev, const void *option)
                                          : dev.opts_by_number_.find(dev.opts_, number);
 }
 
-// In the order of their names, to be searched in halves.
+// The well-known options where the hash of their name puts them, or in the next free slot.
+constexpr std::size_t known_slots = 256; // a power of 2
+static_assert(std::size(well_known_options) * 2 < known_slots);
+
+constexpr std::size_t slot_of(std::string_view name)
+{
+    std::size_t hash = 0;
+    for (const char c : name)
+        hash = hash * 31 + static_cast<unsigned char>(c);
+    return hash % known_slots;
+}
+
 constexpr auto known_by_name = [] {
-    std::array<well_known_option, std::size(well_known_options)> sorted{};
-    std::size_t count = 0;
+    std::array<const well_known_option *, known_slots> slots{};
     for (const well_known_option &option : well_known_options) {
-        std::size_t place = count++;
-        for (; place > 0 && option.name < sorted[place - 1].name; --place)
-            sorted[place] = sorted[place - 1];
-        sorted[place] = option;
+        std::size_t at = slot_of(option.name);
+        while (slots[at] != nullptr)
+            at = (at + 1) % known_slots;
+        slots[at] = &option;
     }
-    return sorted;
+    return slots;
 }();
 
 // The identifier that the driver gives in the description, or that the name has; 0 for none.
@@ -45,10 +56,10 @@ int well_known_id(const std::string &name, const json &description)
     int id = 0;
     if (description.get_value("fix-id", id))
         return id;
-    const auto known =
-        std::lower_bound(known_by_name.begin(), known_by_name.end(), name,
-                         [](const well_known_option &option, std::string_view wanted) { return option.name < wanted; });
-    return known != known_by_name.end() && known->name == name ? known->id : 0;
+    for (std::size_t at = slot_of(name); known_by_name[at] != nullptr; at = (at + 1) % known_slots)
+        if (known_by_name[at]->name == name)
+            return known_by_name[at]->id;
+    return 0;
 }
 
 // In front of what an earlier reload left, so that of several options of one name each finds its own memory first.
