@@ -179,14 +179,14 @@ descriptor_ptr kx_sane_middleware::from_json(void *scanner, const std::string &n
 void kx_sane_middleware::register_dependencies(void *scanner, const SANE_Option_Descriptor &desc,
                                                const std::string &name, const json &jsn)
 {
-    _slave_option slave;
     json any_of = jsn.part("depend_or");
-    json all_of = jsn.part("depend_and");
-    slave.is_enable = any_of.is_empty() ? is_enable_and : is_enable_or;
+    json all_of = any_of.is_empty() ? jsn.part("depend_and") : json();
     json &expression = any_of.is_empty() ? all_of : any_of;
     const auto dev = find_openning_device_in_que(scanner);
     if (expression.is_empty() || dev == openning_dev_.end())
         return;
+    _slave_option slave;
+    slave.is_enable = any_of.is_empty() ? is_enable_and : is_enable_or;
     if (!parse_depends(scanner, &expression, slave, (*dev)->masters_))
         return;
     slave.enable_now = is_active(desc);

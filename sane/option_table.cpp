@@ -168,17 +168,18 @@ SANE_Option_Descriptor *kx_sane_middleware::get_option_descriptor(void *sane_han
     auto desc = from_json(scanner, name, &description);
     if (desc == nullptr)
         return dev.std_opts_ != nullptr ? dev.std_opts_->get_option(option_no) : nullptr;
-    return register_option(dev, option_no, name, description, std::move(desc));
+    return register_option(dev, option_no, std::move(name), description, std::move(desc));
 }
 
-SANE_Option_Descriptor *kx_sane_middleware::register_option(_dev_inst &dev, int option_no, const std::string &name,
+SANE_Option_Descriptor *kx_sane_middleware::register_option(_dev_inst &dev, int option_no, std::string name,
                                                             json &description, descriptor_ptr desc)
 {
     const int fix_id = well_known_id(name, description);
     if (fix_id != 0)
         dev.fixed_id_[static_cast<sane_option_id>(fix_id)] = option_no;
     _device_option *const earlier = retired_option(dev, name); // before there is a record, since memory may run out
-    _device_option &record = dev.opts_.emplace_back(_device_option{option_no, fix_id, name, std::move(desc)});
+    _device_option &record =
+        dev.opts_.emplace_back(_device_option{option_no, fix_id, std::move(name), std::move(desc)});
     if (earlier != nullptr)
         take_earlier_memory(*earlier, record);
     SANE_Option_Descriptor *const kept = record.desc_.get();

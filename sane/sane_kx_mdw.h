@@ -245,7 +245,7 @@ private:
 
     // option_table.cpp
     SANE_Option_Descriptor *option_count_descriptor();
-    SANE_Option_Descriptor *register_option(_dev_inst &dev, int option_no, const std::string &name, json &description,
+    SANE_Option_Descriptor *register_option(_dev_inst &dev, int option_no, std::string name, json &description,
                                             descriptor_ptr desc);
     void reload_device(_dev_inst &dev);
 
