@@ -8,6 +8,7 @@
 #include <climits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -241,6 +242,20 @@ TEST(json, reads_a_text_from_strings_only)
         EXPECT_FALSE(document.get_value(path, value)) << path;
         EXPECT_EQ(value, "kept") << path;
     }
+}
+
+TEST(json, reads_a_text_where_it_stands)
+{
+    const json document(R"({"s":"x y","e":"","n":1})");
+    std::string_view text = "kept";
+    EXPECT_FALSE(document.get_value("n", text));
+    EXPECT_FALSE(document.get_value("missing", text));
+    EXPECT_EQ(text, "kept");
+    EXPECT_TRUE(document.get_value("s", text));
+    EXPECT_EQ(text, "x y");
+    EXPECT_EQ(text.data(), document.find("s")->valuestring);
+    EXPECT_TRUE(document.get_value("e", text));
+    EXPECT_EQ(text, "");
 }
 
 TEST(json, a_string_item_without_text_reads_as_empty)
