@@ -89,12 +89,23 @@ device_changes difference(const std::vector<device> &before, const std::vector<d
     return changes;
 }
 
+// Nobody's environment says more than a system's own folder; one without profiles leaves the built-in one in force.
+std::string_view installed_profiles()
+{
+    static constexpr std::string_view folder = PELVIRTUAL_SYSTEM_PROFILES;
+    std::error_code unreadable;
+    for (fs::directory_iterator each(folder, unreadable), end; !unreadable && each != end; each.increment(unreadable))
+        if (is_profile_name(each->path().filename()))
+            return folder;
+    return {};
+}
+
 } // namespace
 
 std::vector<devices::place> devices::named_places()
 {
     const char *variable = secure_getenv("PELVIRTUAL_PROFILES");
-    std::string_view rest = variable != nullptr ? variable : "";
+    std::string_view rest = variable != nullptr ? variable : installed_profiles();
     std::vector<place> places;
     while (!rest.empty()) {
         const auto end = std::min(rest.find(':'), rest.size());

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The devices that the driver sees: one for each profile that PELVIRTUAL_PROFILES names, itself or by its folder.
+// The devices that the driver sees: one for each profile that PELVIRTUAL_PROFILES names, itself or by its folder, or
+// that lies in the system's folder of profiles.
 #ifndef PELSANE_VIRTUAL_DEVICES_H
 #define PELSANE_VIRTUAL_DEVICES_H
 
@@ -33,8 +34,9 @@ struct device_changes {
 class devices {
 public:
     // Reads PELVIRTUAL_PROFILES: files and folders separated by ':', of a folder its "*.json" but for hidden files and
-    // "*.schema.json", in the byte order of the names. Without it the built-in profile is the only one. A profile that
-    // cannot be used is logged with file, place and reason, and left out.
+    // "*.schema.json", in the byte order of the names. When it is not set, the system's folder of profiles is read, and
+    // when it is empty, or that folder has none, the built-in profile is the only one. A profile that cannot be used is
+    // logged with file, place and reason, and left out.
     void load();
 
     // Reads the same files and folders again and answers what changed; nothing before the first load.

@@ -52,6 +52,12 @@ std::string read_file(const fs::path &path)
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+bool is_folder(const char *path)
+{
+    std::error_code unknown;
+    return fs::is_directory(path, unknown);
+}
+
 std::vector<fs::path> catalogue_files(const fs::path &folder)
 {
     std::vector<fs::path> files;
@@ -103,9 +109,12 @@ catalogue_map load_catalogues()
 {
     loader all;
     all.add_built_in();
-    const char *folder = secure_getenv("PELLANG_CATALOGUES");
-    if (folder && *folder)
-        all.add_folder(folder);
+    if (const char *folder = secure_getenv("PELLANG_CATALOGUES")) {
+        if (*folder)
+            all.add_folder(folder);
+    } else if (is_folder(PELLANG_SYSTEM_CATALOGUES)) {
+        all.add_folder(PELLANG_SYSTEM_CATALOGUES);
+    }
     return all.take();
 }
 

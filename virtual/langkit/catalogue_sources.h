@@ -23,9 +23,10 @@ using catalogue_map = std::map<std::string, catalogue, std::less<>>;
 // Defined in a source that the build generates.
 [[nodiscard]] std::vector<catalogue_source> built_in_catalogues();
 
-// All catalogues: the compiled-in ones, then every *.json of the folder that PELLANG_CATALOGUES names, in the order of
-// their names; later entries override earlier ones of their language. What cannot be read or is no catalogue is
-// reported to the log, with the reason, and left out. Throws std::bad_alloc only.
+// All catalogues: the compiled-in ones, then every *.json of the folder that PELLANG_CATALOGUES names, or when it is
+// not set of the system's folder, in the order of their names; later entries override earlier ones of their language.
+// What cannot be read or is no catalogue is reported to the log, with the reason, and left out. Throws std::bad_alloc
+// only.
 [[nodiscard]] catalogue_map load_catalogues();
 
 } // namespace langkit
