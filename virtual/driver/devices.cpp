@@ -92,7 +92,7 @@ device_changes difference(const std::vector<device> &before, const std::vector<d
 // Nobody's environment says more than a system's own folder; one without profiles leaves the built-in one in force.
 std::string_view installed_profiles()
 {
-    static constexpr std::string_view folder = PELVIRTUAL_SYSTEM_PROFILES;
+    constexpr const char *folder = PELVIRTUAL_SYSTEM_PROFILES;
     std::error_code unreadable;
     for (fs::directory_iterator each(folder, unreadable), end; !unreadable && each != end; each.increment(unreadable))
         if (is_profile_name(each->path().filename()))
