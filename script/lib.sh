@@ -10,8 +10,8 @@ build_packages=(cmake g++ libcjson-dev libcli11-dev libfmt-dev libleptonica-dev 
 # shellcheck disable=SC2034
 scan_packages=(sane-utils)
 # shellcheck disable=SC2034
-test_packages=(libgtest-dev libsane1 locales mandoc python3 python3-jsonschema python3-pil python3-sane sane-utils
-    valgrind)
+test_packages=(iproute2 libgtest-dev libsane1 locales mandoc python3 python3-jsonschema python3-pil python3-sane
+    sane-utils systemd valgrind)
 # shellcheck disable=SC2034
 fuzz_packages=(clang-14 libclang-rt-14-dev)
 # shellcheck disable=SC2034
