@@ -35,10 +35,10 @@ def become_root_of_a_user_namespace():
 def leave_the_network():
     """From here on this process has a network of its own, with nothing in it. Raises OSError where that is refused."""
     try:
-        check(libc.unshare(NEW_NETWORK), "no network namespace")
+        check(libc.unshare(NEW_NETWORK), "this machine makes no network namespaces")
     except PermissionError:
         become_root_of_a_user_namespace()
-        check(libc.unshare(NEW_NETWORK), "no network namespace, even in a user namespace")
+        check(libc.unshare(NEW_NETWORK), "this machine makes no network namespaces, even in a user namespace")
 
 
 def run_ip(*arguments, **options):
