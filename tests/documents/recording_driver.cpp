@@ -14,15 +14,23 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 
 namespace {
 
+struct library_closer {
+    void operator()(void *handle) const { dlclose(handle); }
+};
+
+// Goes with this one, so that the next application in the process finds this one first again.
 void *library()
 {
-    static void *const loaded = dlopen(PELSANE_RECORDED_DRIVER, RTLD_NOW | RTLD_LOCAL);
-    return loaded != nullptr ? loaded : (std::abort(), nullptr);
+    static const std::unique_ptr<void, library_closer> loaded(dlopen(PELSANE_RECORDED_DRIVER, RTLD_NOW | RTLD_LOCAL));
+    if (loaded == nullptr)
+        std::abort();
+    return loaded.get();
 }
 
 template <typename Function> Function *real(Function *, const char *name)
