@@ -13,6 +13,10 @@ NEW_NETWORK = 0x40000000
 libc = ctypes.CDLL(None, use_errno=True)
 
 
+class Refused(Exception):
+    """This machine, or the container that it is, gives no networks of one's own."""
+
+
 def check(result, what):
     if result != 0:
         number = ctypes.get_errno()
@@ -33,12 +37,13 @@ def become_root_of_a_user_namespace():
 
 
 def leave_the_network():
-    """From here on this process has a network of its own, with nothing in it. Raises OSError where that is refused."""
+    """From here on this process has a network of its own, with nothing in it. Raises Refused where that is refused."""
     try:
-        check(libc.unshare(NEW_NETWORK), "this machine makes no network namespaces")
-    except PermissionError:
-        become_root_of_a_user_namespace()
-        check(libc.unshare(NEW_NETWORK), "this machine makes no network namespaces, even in a user namespace")
+        if libc.unshare(NEW_NETWORK) != 0:
+            become_root_of_a_user_namespace()
+            check(libc.unshare(NEW_NETWORK), "this machine makes no network namespaces, even in a user namespace")
+    except OSError as error:
+        raise Refused(error.strerror) from error
 
 
 def run_ip(*arguments, **options):
