@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """What packages are made of: the files that are installed, the versions that they say, licenses, the description."""
+import email.utils
 import glob
 import json
 import os
@@ -95,6 +96,12 @@ class Versions(unittest.TestCase):
     def test_debian_changelog_says_the_projects(self):
         first = text_of(SOURCE, "debian/changelog").splitlines()[0]
         self.assertRegex(first, rf"^pelsane \({re.escape(self.project)}\) ")
+
+    def test_changelog_says_the_projects_and_debians_day(self):
+        signed = re.search(r"^ -- .*  (.*)$", text_of(SOURCE, "debian/changelog"), re.M).group(1)
+        day = email.utils.parsedate_to_datetime(signed).date().isoformat()
+        released = re.findall(r"^## \[(\d.*)\] - (\S+)$", text_of(SOURCE, "CHANGELOG.md"), re.M)
+        self.assertEqual((self.project, day), released[0])
 
     def test_pkg_config_says_the_projects(self):
         answer = subprocess.run(["pkg-config", "--modversion", f"{BUILD}/installed/pelsane.pc"],
