@@ -7,6 +7,7 @@ its sentences name; "run: statuses 0 6" has one for each line of a block that is
 REASON" is for what takes hours or changes the machine; of that, options and names are still compared with what the
 commands know.
 """
+import ctypes
 import glob
 import json
 import os
@@ -85,6 +86,22 @@ def help_of(command):
     environment = {**os.environ, "SANE_CONFIG_DIR": "/nonexistent"}  # scanimage would ask its devices
     return subprocess.run([command, "--help"], env=environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                           text=True, check=False).stdout
+
+
+def driver_text(name):
+    """What the virtual scanner says of an option, in English."""
+    os.environ["PELLANG"] = "en"
+    *_, driver = [ctypes.CDLL(os.path.join(BUILD, "lib", "lib%s.so" % library))
+                  for library in ("commonlog", "langkit", "peldriver")]
+    handle, number = ctypes.c_void_p(), ctypes.c_int()
+    text = ctypes.create_string_buffer(65536)
+    length = ctypes.c_long(len(text))
+    driver.kx_scanner_initialize(None, None)
+    driver.kx_scanner_open(ctypes.byref(handle), b"virtual:duplex-feeder", 0, None, None, None, None)
+    driver.kx_scanner_get_parameter(handle, name.encode(), text, ctypes.byref(length), ctypes.byref(number))
+    driver.kx_scanner_close(handle, 0)
+    driver.kx_scanner_uninitialize()
+    return text.value.decode()
 
 
 class Checkout(unittest.TestCase):
@@ -180,6 +197,12 @@ class Documents(unittest.TestCase):
         self.assertEqual(9, len(steps))
         for file, function in steps:
             self.assertRegex(documents.read(file), r"\b%s\(" % function, file)
+
+    def test_journey_shows_members_of_the_drivers_text(self):
+        [block] = documents.texts("doc/option_journey.md", "option")
+        [(name, shown)] = json.loads("{%s}" % block).items()
+        said = json.loads("{%s}" % driver_text(name))[name]
+        self.assertEqual(shown, {key: said.get(key) for key in shown})
 
     def test_name_options_that_the_commands_know(self):
         found = 0
