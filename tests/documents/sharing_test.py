@@ -74,7 +74,7 @@ class Sharing(unittest.TestCase):
         try:
             namespaces.leave_the_network()
         except namespaces.Refused as refused:
-            print("Skipped:", refused, flush=True)  # what ctest knows it by, see CMakeLists.txt
+            print("Skipped without networks of its own:", refused, flush=True)  # ctest looks for it: CMakeLists.txt
             raise unittest.SkipTest(str(refused)) from refused
         namespaces.run_ip("address", "add", SERVER + "/32", "dev", "lo")
         namespaces.run_ip("link", "set", "lo", "up")
