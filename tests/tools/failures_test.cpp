@@ -143,6 +143,25 @@ TEST_F(failures, the_output_has_no_room)
     }
 }
 
+TEST_F(failures, the_output_is_closed)
+{
+    for (const std::string command : {"devices", "options --json", "get mode", "--help"}) {
+        const outcome result = run_shell("\"$INSPECT\" " + command + " >&-");
+        expect_failure(result, 10, "standard output: Bad file descriptor");
+    }
+}
+
+// What failed shows in the status alone.
+TEST_F(failures, the_messages_are_closed)
+{
+    EXPECT_EQ(run_shell("\"$INSPECT\" get nothing 2>&-").status, 4);
+    EXPECT_EQ(run_shell("\"$INSPECT\" get nothing 2>/dev/full").status, 4);
+    EXPECT_EQ(run_shell("\"$INSPECT\" get mode <&- 2>&-").output, "Gray\n");
+    const outcome scanned = run_shell("\"$INSPECT\" scan -o '" + path("a.pgm") + "' 2>&-");
+    EXPECT_EQ(scanned.status, 0);
+    EXPECT_EQ(scanned.output, path("a.pgm") + ": 310 x 437, gray, 8 bits\n");
+}
+
 TEST_F(failures, help_is_none)
 {
     for (const std::string command :

@@ -53,6 +53,22 @@ TEST_F(watch, ends_when_the_scanner_is_pulled_out)
     EXPECT_EQ(program->wait(), 7);
 }
 
+// Nothing is written to a file that the driver has opened in its place.
+TEST_F(watch, ends_when_its_output_cannot_be_written)
+{
+    set_variable("PELVIRTUAL_FAULTS", "event button every 100 ms always");
+    for (const std::string option : {"", "--json "}) {
+        const outcome full = run_shell("\"$INSPECT\" watch " + option + ">/dev/full");
+        EXPECT_EQ(full.status, 10);
+        EXPECT_EQ(full.messages, "test:small: watching, interrupt to end\n"
+                                 "pelsane-inspect: standard output: No space left on device\n");
+        const outcome closed = run_shell("\"$INSPECT\" watch " + option + ">&-");
+        EXPECT_EQ(closed.status, 10);
+        EXPECT_EQ(closed.messages, "test:small: watching, interrupt to end\n"
+                                   "pelsane-inspect: standard output: Bad file descriptor\n");
+    }
+}
+
 TEST_F(watch, ends_quietly_when_nobody_reads)
 {
     set_variable("PELVIRTUAL_FAULTS", "event button every 100 ms always");

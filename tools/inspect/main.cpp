@@ -72,16 +72,21 @@ exit_status run(int count, char **words)
     return status;
 }
 
+void tell(const std::exception &error)
+{
+    inspect::print_message(fmt::format("pelsane-inspect: {}\n", inspect::printable(error.what())));
+}
+
 exit_status guarded_run(int count, char **words)
 {
     try {
         return run(count, words);
     } catch (const inspect::failure &error) {
         std::fflush(stdout);
-        fmt::print(stderr, "pelsane-inspect: {}\n", inspect::printable(error.what()));
+        tell(error);
         return error.status();
     } catch (const std::exception &error) {
-        fmt::print(stderr, "pelsane-inspect: {}\n", inspect::printable(error.what()));
+        tell(error);
         return exit_status::device_failed;
     }
 }
@@ -90,6 +95,7 @@ exit_status guarded_run(int count, char **words)
 
 int main(int count, char **words)
 {
+    inspect::occupy_closed_streams();
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet.
     std::setlocale(LC_CTYPE, "C.UTF-8"); // texts of devices are UTF-8
     std::signal(SIGPIPE, SIG_DFL);       // who reads no further ends the program, whatever the parent has set

@@ -10,8 +10,10 @@
 #include <cstdio>
 #include <cuchar>
 #include <cwchar>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace inspect {
 
@@ -70,6 +72,11 @@ void print(std::string_view text)
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+void print_message(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 std::string json_text(const json_value &value, int indentation)
 {
     std::string result;
@@ -102,6 +109,14 @@ void finish_output()
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
         throw failure(exit_status::output_failed,
                       std::string("standard output: ") + std::generic_category().message(errno));
+}
+
+// The lowest number that is free is the next to be given.
+void occupy_closed_streams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) == -1)
+            ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 } // namespace inspect

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What goes to standard output.
+// What goes to standard output, and messages beside it.
 #ifndef PELSANE_INSPECT_OUTPUT_H
 #define PELSANE_INSPECT_OUTPUT_H
 
@@ -21,6 +21,9 @@ using json_value = nlohmann::ordered_json;
 
 void print(std::string_view text);
 
+// To standard error. That nobody can read it is no failure.
+void print_message(std::string_view text);
+
 // On one line, or indented by so many columns. As little of it is obeyed by a terminal as of printable text; what is no
 // UTF-8 is replaced.
 [[nodiscard]] std::string json_text(const json_value &value, int indentation = -1);
@@ -33,6 +36,10 @@ void print_json_line(const json_value &value);
 
 // Throws failure when something that was printed could not be written.
 void finish_output();
+
+// A standard stream that the parent has closed fails when it is used, and no file that is opened later takes its place.
+// Called before any other.
+void occupy_closed_streams();
 
 } // namespace inspect
 

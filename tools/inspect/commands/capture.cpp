@@ -136,7 +136,7 @@ exit_status write_capture(const capture_arguments &arguments)
     else if (arguments.output.empty())
         print(as_file(captured.profile));
     for (const std::string &each : captured.losses)
-        fmt::print(stderr, "pelsane-inspect: not captured: {}\n", printable(each));
+        print_message(fmt::format("pelsane-inspect: not captured: {}\n", printable(each)));
     return captured.losses.empty() ? exit_status::done : exit_status::findings;
 }
 

@@ -40,7 +40,7 @@ public:
         if (json_)
             print_json_line(as_json(record));
         else
-            fmt::print(stderr, "{}\n", as_text(record));
+            print_message(as_text(record) + "\n");
     }
 
     void show_progress(int page_number, double share)
@@ -53,7 +53,8 @@ public:
             return;
         percent_ = percent;
         bar_shown_ = true;
-        fmt::print(stderr, "\rpage {} [{:#<{}}{:.<{}}] {:3} %", page_number, "", filled, "", width - filled, percent);
+        print_message(
+            fmt::format("\rpage {} [{:#<{}}{:.<{}}] {:3} %", page_number, "", filled, "", width - filled, percent));
     }
 
     void show(const page &scanned, const std::string &path)
@@ -92,7 +93,7 @@ private:
     void clear_bar()
     {
         if (bar_shown_)
-            std::fputs("\r\033[K", stderr);
+            print_message("\r\033[K");
         bar_shown_ = false;
     }
 

@@ -6,9 +6,9 @@
 #include "command.h"
 #include "event_log.h"
 #include "interruption.h"
+#include "output.h"
 #include "scanner.h"
 
-#include <cstdio>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
@@ -26,11 +26,12 @@ constexpr std::chrono::milliseconds waiting_time{200}; // between looks at signa
 
 void print_event(const event_record &record, bool json)
 {
-    if (json)
-        return print_json_line(as_json(record));
     const auto local = fmt::localtime(std::chrono::system_clock::to_time_t(record.time));
-    print(fmt::format("{:%H:%M:%S}  {}\n", local, as_text(record)));
-    std::fflush(stdout);
+    if (json)
+        print_json_line(as_json(record));
+    else
+        print(fmt::format("{:%H:%M:%S}  {}\n", local, as_text(record)));
+    finish_output();
 }
 
 exit_status watch(const watch_arguments &arguments)
@@ -39,7 +40,7 @@ exit_status watch(const watch_arguments &arguments)
     const backend sane([&events](const event &reported) { events.push(record_of(reported)); });
     const scanner device(arguments.device);
     const interruption signals;
-    fmt::print(stderr, "{}: watching, interrupt to end\n", printable(device.name()));
+    print_message(fmt::format("{}: watching, interrupt to end\n", printable(device.name())));
     int shown = 0;
     while (!interruption::happened() && (arguments.count == 0 || shown < arguments.count)) {
         if (const auto record = events.next(waiting_time)) {
