@@ -106,6 +106,20 @@ TEST_F(lint, finds_a_master_that_no_condition_can_name)
                  "and \"-\" are read: it is ignored [unnameable-master]");
 }
 
+TEST_F(lint, finds_rules_without_conditions)
+{
+    for (const std::string rule : {R"("depend_or": 5)", R"("depend_or": [])"})
+        expect_error(lint_options(flag_with(rule)), "option 1, is-flag, /depend_or: error: neither a condition nor a "
+                                                    "list of them: it is ignored [malformed-condition]");
+}
+
+TEST_F(lint, finds_masters_without_a_value)
+{
+    expect_error(
+        lint_options(option("press", R"("type": "button")") + "," + flag_with(R"("depend_or": "press==true")")),
+        "option 2, is-flag, /depend_or/0: error: \"press\" is a button and has no value [unknown-master]");
+}
+
 TEST_F(lint, finds_options_that_depend_on_each_other)
 {
     expect_error(lint_options(option("a", R"("type": "bool", "default": false, "depend_or": "b==true")") + "," +
@@ -285,7 +299,7 @@ TEST_F(lint, refuses_a_file_of_another_kind)
     expect_failure(inspect({"lint", path("page")}), 2, path("page") + ": neither a profile nor texts of options");
     write_file("deep", R"({"options": [{"name": "a", "x": )" + std::string(100000, '['));
     expect_failure(inspect({"lint", path("deep")}), 2, path("deep") + ": nested more than 1000 deep");
-    expect_failure(inspect({"lint", path("")}), 2, path("") + ": neither a profile nor texts of options");
+    expect_failure(inspect({"lint", path("")}), 2, path("") + ": Is a directory");
     expect_failure(inspect({"lint", path("missing.json")}), 3, "there is no scanner \"" + path("missing.json") + "\"");
 }
 

@@ -66,6 +66,9 @@ public:
     void run(const char *rule)
     {
         const std::vector<std::string> list = list_in(slave_.description, rule);
+        if (list.empty())
+            return found_.error(slave_, fmt::format("/{}", rule), "malformed-condition",
+                                "neither a condition nor a list of them: it is ignored");
         std::string last_name;
         for (std::size_t at = 0; at < list.size(); ++at) {
             place_ = fmt::format("/{}/{}", rule, at);
@@ -99,6 +102,9 @@ private:
             return found_.error(slave_, place_, "unknown-master", "the first condition names no option");
         if (master == nullptr)
             return found_.error(slave_, place_, "unknown-master", fmt::format("\"{}\" is no option", condition.name));
+        if (master->type == "button" || master->type == "group")
+            return found_.error(slave_, place_, "unknown-master",
+                                fmt::format("\"{}\" is a {} and has no value", condition.name, master->type));
         const bool compares_texts = condition.compare_val == kx_sane_middleware::compare_val_equal ||
                                     condition.compare_val == kx_sane_middleware::compare_val_not_equal;
         if (compares_texts && !can_be(*master, condition.limit_l))

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
 #include <sstream>
@@ -25,6 +26,8 @@ constexpr int deepest_nesting = 1000; // that the backend reads in a text
 
 std::string content_of(const std::string &path)
 {
+    if (std::filesystem::is_directory(path))
+        throw failure(exit_status::usage, fmt::format("{}: {}", path, std::generic_category().message(EISDIR)));
     std::ifstream file(path, std::ios::binary);
     std::ostringstream content;
     content << file.rdbuf();
