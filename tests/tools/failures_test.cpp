@@ -169,8 +169,13 @@ TEST_F(failures, help_is_none)
         const outcome result = inspect({command, "--help"});
         EXPECT_EQ(result.status, 0) << command;
         EXPECT_TRUE(system_test::contains(result.output, "pelsane-inspect " + command)) << result.output;
+        EXPECT_TRUE(system_test::contains(result.output, "\nExample")) << result.output;
         EXPECT_EQ(result.messages, "");
     }
+    EXPECT_TRUE(system_test::contains(inspect({"get", "--help"}).output,
+                                      "Usage: pelsane-inspect get [OPTIONS] [DEVICE] NAME\n"));
+    EXPECT_TRUE(system_test::contains(inspect({"set", "--help"}).output,
+                                      "Usage: pelsane-inspect set [OPTIONS] [DEVICE] NAME=VALUE...\n"));
     EXPECT_TRUE(system_test::contains(inspect({"--help"}).output, "Exit status:\n   0  done\n"));
 }
 

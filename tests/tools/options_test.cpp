@@ -52,6 +52,12 @@ TEST_F(options, stand_in_a_table_under_their_groups)
     EXPECT_EQ(result.messages, "");
 }
 
+TEST_F(options, have_no_step_where_every_value_is_allowed)
+{
+    use_small_scanner_with("\"step\": 0.25", "\"step\": 0.0");
+    EXPECT_TRUE(system_test::contains(inspect({"options"}).output, "  0.5..2.5\n"));
+}
+
 TEST_F(options, are_shown_as_they_are_after_a_setting)
 {
     const outcome result = inspect({"options", "test:small", "--set", "mode=Lineart", "--set", "is-photo-mode=on"});

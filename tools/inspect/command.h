@@ -52,7 +52,7 @@ CLI::App *add_command(CLI::App &program, chosen_command &chosen, const std::stri
 constexpr const char *device_help = "The scanner, as \"devices\" lists it; may be left out when there is only one";
 constexpr const char *option_help =
     "The scanner, which may be left out when there is only one, and an option's name, number or well-known identifier";
-constexpr const char *settings_help = "NAME=VALUE, set before anything else; may be given several times";
+constexpr const char *settings_help = "Set before anything else; may be given several times";
 
 } // namespace inspect
 

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
+#include <memory>
 
 namespace {
 
@@ -37,6 +38,26 @@ Examples:
   pelsane-inspect scan -o page-%d.png
   pelsane-inspect COMMAND --help)";
 
+// Arguments under their own names, as in the manual page, without the library's types and counts.
+class plain_formatter : public CLI::Formatter {
+public:
+    [[nodiscard]] std::string make_option_usage(const CLI::Option *option) const override
+    {
+        const std::string name = make_option_name(option, true);
+        return option->get_required() ? name : "[" + name + "]";
+    }
+
+    [[nodiscard]] std::string make_option_opts(const CLI::Option *option) const override
+    {
+        if (option->get_positional() || option->get_type_size() == 0)
+            return "";
+        const std::string type = option->get_type_name();
+        const std::string preset = option->get_default_str();
+        return " " + type.substr(0, type.find(':')) + (preset.empty() ? "" : " (" + preset + ")") +
+               (option->get_required() ? ", required" : "");
+    }
+};
+
 void add_commands(CLI::App &program, inspect::chosen_command &chosen)
 {
     inspect::add_devices_command(program, chosen);
@@ -58,6 +79,7 @@ exit_status run(int count, char **words)
                      "pelsane-inspect");
     program.footer(closing_words);
     program.require_subcommand(1);
+    program.formatter(std::make_shared<plain_formatter>());
     inspect::chosen_command chosen;
     add_commands(program, chosen);
     try {

@@ -64,8 +64,8 @@ std::string constraint_text(const json_value &constraint)
     if (constraint.is_null())
         return "-";
     if (constraint.is_object())
-        return fmt::format("{}..{} step {}", value_text(constraint["min"]), value_text(constraint["max"]),
-                           value_text(constraint["step"]));
+        return fmt::format("{}..{}", value_text(constraint["min"]), value_text(constraint["max"])) +
+               (constraint["step"] != 0 ? " step " + value_text(constraint["step"]) : "");
     std::string text;
     for (const json_value &value : constraint)
         text += (text.empty() ? "" : "|") + value_text(value);

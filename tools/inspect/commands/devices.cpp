@@ -48,7 +48,8 @@ void add_devices_command(CLI::App &program, chosen_command &chosen)
 {
     add_command<devices_arguments>(
         program, chosen, "devices", "List the scanners, with the versions of backend and driver",
-        [](CLI::App &, devices_arguments &) {}, print_devices);
+        [](CLI::App &, devices_arguments &) {}, print_devices)
+        ->footer("Example:\n  pelsane-inspect devices --json");
 }
 
 } // namespace inspect
