@@ -65,6 +65,16 @@ TEST_F(graph, draws_a_picture_with_dot)
     EXPECT_EQ(system_test::read_file(path("options.svg")), std::string("<svg -Tsvg>\n") + graph_of_small_scanner);
 }
 
+TEST_F(graph, prints_a_picture)
+{
+    write_file("dot", "#!/bin/sh\necho \"<svg $1>\"\n");
+    const outcome result =
+        run_shell("chmod +x " + path("dot") + "; PATH=" + path("") + ":$PATH \"$INSPECT\" graph --svg -");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "<svg -Tsvg>\n");
+    expect_failure(inspect({"graph", "--svg", "-", "--json"}), 2, "standard output cannot take both the file and JSON");
+}
+
 TEST_F(graph, says_that_dot_is_not_there)
 {
     const outcome result = run_shell("PATH=/nonexistent \"$INSPECT\" graph --svg " + path("options.svg"));

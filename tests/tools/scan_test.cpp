@@ -163,28 +163,64 @@ TEST_F(scan, says_that_the_scanner_vanished)
 TEST_F(scan, ends_at_an_interrupt_and_leaves_no_file)
 {
     set_variable("PELVIRTUAL_FAULTS", "stall 600 s after 10 lines");
-    const auto program = start(command_of({"scan", "-o", page("a.pgm")}));
-    ASSERT_TRUE(program->wait_for_message("event 0x100"));
-    program->send_signal(SIGINT);
-    EXPECT_EQ(program->wait(), 130);
-    EXPECT_TRUE(system_test::contains(program->messages(), "pelsane-inspect: interrupted\n")) << program->messages();
-    EXPECT_TRUE(files().empty());
+    std::signal(SIGHUP, SIG_DFL); // where these tests run under nohup
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const auto program = start(command_of({"scan", "-o", page("a.pgm")}));
+        ASSERT_TRUE(program->wait_for_message("event 0x100"));
+        program->send_signal(signal);
+        EXPECT_EQ(program->wait(), 130);
+        EXPECT_TRUE(system_test::contains(program->messages(), "pelsane-inspect: interrupted\n"))
+            << program->messages();
+        EXPECT_TRUE(files().empty());
+    }
 }
 
 TEST_F(scan, says_why_a_file_cannot_be_written)
 {
-    const outcome missing = inspect({"scan", "-o", path("missing/a.png")});
-    EXPECT_EQ(missing.status, 10);
-    EXPECT_TRUE(system_test::contains(missing.messages,
-                                      "pelsane-inspect: " + path("missing/a.png") + ": No such file or directory\n"));
+    // before a page is fed: there are no events
+    expect_failure(inspect({"scan", "-o", path("missing/a.png")}), 10,
+                   path("missing/a.png") + ": No such file or directory");
+    expect_failure(inspect({"scan", "-o", path("pages"), "--format", "png"}), 10, path("pages") + ": Is a directory");
     const outcome full = inspect({"scan", "-o", "/dev/full", "--format", "png"});
     EXPECT_EQ(full.status, 10);
     EXPECT_TRUE(system_test::contains(full.messages, "pelsane-inspect: /dev/full: No space left on device\n"));
     EXPECT_TRUE(fs::is_character_file("/dev/full"));
 }
 
+TEST_F(scan, prints_a_page)
+{
+    const outcome result = run_shell("\"$INSPECT\" scan -o - --format pnm >'" + page("a.pgm") + "'");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(system_test::contains(result.messages, "-: 310 x 437, gray, 8 bits\n")) << result.messages;
+    EXPECT_EQ(files(), std::vector<std::string>{"a.pgm"});
+    const auto image = system_test::read_image(page("a.pgm"));
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(pixGetWidth(image.get()), 310);
+    EXPECT_EQ(pixGetHeight(image.get()), 437);
+    const outcome full = run_shell("\"$INSPECT\" scan -o - --format pnm >/dev/full");
+    EXPECT_EQ(full.status, 10);
+    EXPECT_TRUE(system_test::contains(full.messages, "pelsane-inspect: standard output: No space left on device\n"));
+}
+
+TEST_F(scan, prints_either_pages_or_json)
+{
+    expect_failure(inspect({"scan", "-o", "-", "--format", "png", "--json"}), 2,
+                   "standard output cannot take both the file and JSON");
+}
+
+TEST_F(scan, refuses_a_number_of_pages_that_is_none)
+{
+    const outcome result = inspect({"scan", "-o", page("p%d.pgm"), "--count", "0"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.messages,
+              "--count: Value 0 not in range 1 to 2147483647\nRun with --help for more information.\n");
+}
+
 TEST_F(scan, knows_three_formats)
 {
+    expect_failure(inspect({"scan", "-o", "-"}), 2, "the name \"-\" tells no file format: it is chosen with --format");
+    expect_failure(inspect({"scan", "-o", "a.b/page"}), 2,
+                   "the name \"a.b/page\" tells no file format: it is chosen with --format");
     expect_failure(inspect({"scan", "-o", "a.doc"}), 2, "\"doc\" is no known file format (png, tiff, pnm)");
     expect_failure(inspect({"scan", "-o", "a.png", "--count", "2"}), 2,
                    "the file needs \"%d\" in its name for more than one page");

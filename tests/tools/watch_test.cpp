@@ -33,7 +33,8 @@ TEST_F(watch, prints_a_line_of_json_for_each_event)
 
 TEST_F(watch, ends_at_an_interrupt)
 {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    std::signal(SIGHUP, SIG_DFL); // where these tests run under nohup
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const auto program = start(command_of({"watch"}));
         ASSERT_TRUE(program->wait_for_message("test:small: watching"));
         program->send_signal(signal);

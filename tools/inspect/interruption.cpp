@@ -36,12 +36,16 @@ interruption::interruption(SANE_Handle to_cancel)
     action.sa_handler = take_signal;
     ::sigaction(SIGINT, &action, &earlier_int_);
     ::sigaction(SIGTERM, &action, &earlier_term_);
+    ::sigaction(SIGHUP, nullptr, &earlier_hup_);
+    if (earlier_hup_.sa_handler != SIG_IGN) // by nohup
+        ::sigaction(SIGHUP, &action, nullptr);
 }
 
 interruption::~interruption()
 {
     ::sigaction(SIGINT, &earlier_int_, nullptr);
     ::sigaction(SIGTERM, &earlier_term_, nullptr);
+    ::sigaction(SIGHUP, &earlier_hup_, nullptr);
     device_to_cancel = nullptr;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SIGINT and SIGTERM end what runs in good order, instead of the program.
+// SIGINT, SIGTERM and SIGHUP end what runs in good order, instead of the program.
 #ifndef PELSANE_INSPECT_INTERRUPTION_H
 #define PELSANE_INSPECT_INTERRUPTION_H
 
@@ -23,6 +23,7 @@ public:
 private:
     struct sigaction earlier_int_ = {};
     struct sigaction earlier_term_ = {};
+    struct sigaction earlier_hup_ = {};
 };
 
 } // namespace inspect

@@ -41,6 +41,11 @@ bool can_be_replaced(const std::string &path)
 
 output_file::output_file(const std::string &path) : path_(file_behind(path))
 {
+    if (is_standard_output(path)) {
+        path_ = "standard output";
+        stream_.reset(stdout);
+        return;
+    }
     if (can_be_replaced(path_))
         partial_ = fmt::format("{}.{}.partial", path_, ::getpid());
     stream_.reset(std::fopen((partial_.empty() ? path_ : partial_).c_str(), partial_.empty() ? "wb" : "wbx"));
@@ -60,11 +65,34 @@ output_file::~output_file()
 void output_file::commit()
 {
     const bool written = std::fflush(stream_.get()) == 0 && std::ferror(stream_.get()) == 0;
-    if (!written || std::fclose(stream_.release()) != 0)
+    if (!written || close(stream_.release()) != 0)
         fail(path_);
     if (!partial_.empty() && std::rename(partial_.c_str(), path_.c_str()) != 0)
         fail(path_);
     partial_.clear();
+}
+
+bool is_standard_output(const std::string &path)
+{
+    return path == "-";
+}
+
+void require_place_for(const std::string &path)
+{
+    if (is_standard_output(path))
+        return;
+    if (std::error_code error; fs::is_directory(path, error)) {
+        errno = EISDIR;
+        fail(path);
+    }
+    if (can_be_replaced(file_behind(path)))
+        const output_file trial(path); // nothing is left of it
+}
+
+void require_one_output(const std::string &path, bool json)
+{
+    if (json && is_standard_output(path))
+        throw failure(exit_status::usage, "standard output cannot take both the file and JSON");
 }
 
 } // namespace inspect

@@ -11,7 +11,8 @@ namespace inspect {
 
 class output_file {
 public:
-    // Begins a new file beside the one of that name. What is no regular file is written to directly. Throws failure.
+    // Begins a new file beside the one of that name. What is no regular file is written to directly, as is standard
+    // output, which is "-". Throws failure.
     explicit output_file(const std::string &path);
     // Takes the new file away if it was not committed.
     ~output_file();
@@ -25,14 +26,23 @@ public:
     void commit();
 
 private:
+    static int close(std::FILE *stream) { return stream != stdout ? std::fclose(stream) : 0; }
     struct closer {
-        void operator()(std::FILE *stream) const { std::fclose(stream); }
+        void operator()(std::FILE *stream) const { close(stream); }
     };
 
     std::string path_;
     std::string partial_; // empty: path_ is written to
     std::unique_ptr<std::FILE, closer> stream_;
 };
+
+[[nodiscard]] bool is_standard_output(const std::string &path);
+
+// Throws failure when no file can be made under that name, before much is done for it.
+void require_place_for(const std::string &path);
+
+// Throws failure when both JSON and a file would go to standard output.
+void require_one_output(const std::string &path, bool json);
 
 } // namespace inspect
 

@@ -10,6 +10,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <filesystem>
 #include <fmt/format.h>
 #include <memory>
 
@@ -118,8 +119,11 @@ file_format format_named(const std::string &word)
 
 file_format format_of_file(const std::string &path)
 {
-    const auto dot = path.rfind('.');
-    std::string ending = dot != std::string::npos ? path.substr(dot + 1) : "";
+    std::string ending = std::filesystem::path(path).extension().string();
+    if (ending.size() < 2)
+        throw failure(exit_status::usage,
+                      fmt::format("the name \"{}\" tells no file format: it is chosen with --format", path));
+    ending.erase(0, 1);
     for (char &letter : ending)
         letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
     return format_named(ending);

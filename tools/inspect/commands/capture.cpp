@@ -126,6 +126,8 @@ void write_file(const std::string &path, const json_value &content)
 
 exit_status write_capture(const capture_arguments &arguments)
 {
+    for (const std::string &path : {arguments.output, arguments.catalogue})
+        require_one_output(path, arguments.json);
     const captured_scanner captured = capture(arguments);
     if (!arguments.output.empty())
         write_file(arguments.output, captured.profile);
@@ -148,10 +150,16 @@ void add_capture_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "capture", "Write a profile, with which the virtual scanner stands in for a scanner",
         [](CLI::App &command, capture_arguments &arguments) {
             command.add_option("DEVICE", arguments.device, device_help);
-            command.add_option("-o,--output", arguments.output, "The file; without it the profile is printed");
-            command.add_option("--catalogue", arguments.catalogue,
-                               "A file for titles and descriptions, for the folder in PELLANG_CATALOGUES");
+            command
+                .add_option("-o,--output", arguments.output,
+                            "The file; without it, or when it is -, the profile is printed")
+                ->type_name("FILE");
+            command
+                .add_option("--catalogue", arguments.catalogue,
+                            "A file for titles and descriptions, for the folder in PELLANG_CATALOGUES")
+                ->type_name("FILE");
             command.add_option("--language", arguments.language, "The language that these texts are in")
+                ->type_name("TAG")
                 ->capture_default_str();
             command.add_flag("--anonymous", arguments.anonymous, "Leave out serial number, name and addresses");
         },

@@ -167,6 +167,7 @@ void write_picture(const std::string &dot, const std::string &path)
 
 exit_status print_graph(const graph_arguments &arguments)
 {
+    require_one_output(arguments.svg, arguments.json);
     const backend sane;
     const scanner device(arguments.device);
     apply_all(device, arguments.settings);
@@ -188,8 +189,13 @@ void add_graph_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "graph", "Show which options decide about which others, for Graphviz",
         [](CLI::App &command, graph_arguments &arguments) {
             command.add_option("DEVICE", arguments.device, device_help);
-            command.add_option("--set", arguments.settings, settings_help)->allow_extra_args(false);
-            command.add_option("--svg", arguments.svg, "Write a picture to this file; \"dot\" has to be installed");
+            command.add_option("--set", arguments.settings, settings_help)
+                ->allow_extra_args(false)
+                ->type_name("NAME=VALUE");
+            command
+                .add_option("--svg", arguments.svg,
+                            "Write a picture to this file, or - for standard output; \"dot\" has to be installed")
+                ->type_name("FILE");
         },
         print_graph)
         ->footer("Examples:\n"

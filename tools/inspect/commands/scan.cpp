@@ -6,12 +6,14 @@
 #include "command.h"
 #include "event_log.h"
 #include "interruption.h"
+#include "output_file.h"
 #include "page.h"
 #include "sane_pelsane.h"
 #include "setting.h"
 
 #include <cstdio>
 #include <fmt/format.h>
+#include <limits>
 #include <unistd.h>
 
 namespace inspect {
@@ -30,7 +32,10 @@ struct scan_arguments {
 // What the user sees while it scans.
 class display {
 public:
-    explicit display(bool json) : json_(json), has_bar_(::isatty(STDERR_FILENO) != 0) {}
+    display(bool json, bool prints_pages)
+        : json_(json), prints_pages_(prints_pages), has_bar_(::isatty(STDERR_FILENO) != 0)
+    {
+    }
 
     void show(const event &reported)
     {
@@ -69,10 +74,13 @@ public:
                                     {"depth", parameters.depth},
                                     {"color", parameters.format == SANE_FRAME_RGB},
                                     {"complete", parameters.lines >= scanned.expected_lines}});
-        print(fmt::format("{}: {} x {}, {}\n", printable(path), parameters.pixels_per_line, parameters.lines,
-                          kind_of(parameters)));
+        std::string text = fmt::format("{}: {} x {}, {}\n", printable(path), parameters.pixels_per_line,
+                                       parameters.lines, kind_of(parameters));
         if (parameters.lines < scanned.expected_lines)
-            print(fmt::format("  incomplete: {} lines were expected\n", scanned.expected_lines));
+            text += fmt::format("  incomplete: {} lines were expected\n", scanned.expected_lines);
+        if (prints_pages_)
+            return print_message(text);
+        print(text);
         std::fflush(stdout);
     }
 
@@ -99,6 +107,7 @@ private:
 
     std::mutex lock_;
     bool json_;
+    bool prints_pages_; // the images themselves, to standard output
     bool has_bar_;
     bool bar_shown_ = false;
     int percent_ = 0;
@@ -171,14 +180,16 @@ bool start_page(const scanner &device, int number)
 
 exit_status scan(const scan_arguments &arguments)
 {
+    require_one_output(arguments.file, arguments.json);
     const file_format format =
         arguments.format.empty() ? format_of_file(arguments.file) : format_named(arguments.format);
     const bool batch = number_place_in(arguments.file).length > 0;
     if (!batch && arguments.count > 1)
         throw failure(exit_status::usage, "the file needs \"%d\" in its name for more than one page");
     const int last_page = batch ? arguments.count : 1;
+    require_place_for(file_of_page(arguments.file, 1)); // a page cannot be fed again
 
-    display shown(arguments.json);
+    display shown(arguments.json, is_standard_output(arguments.file));
     const backend sane([&shown](const event &reported) { shown.show(reported); });
     const scanner device(arguments.device);
     apply_all(device, arguments.settings);
@@ -205,11 +216,18 @@ void add_scan_command(CLI::App &program, chosen_command &chosen)
             command.add_option("DEVICE", arguments.device, device_help);
             command
                 .add_option("-o,--output", arguments.file,
-                            "The file; all pages are scanned when \"%d\" stands in it for the page's number")
-                ->required();
-            command.add_option("--format", arguments.format, "png, tiff or pnm; otherwise as the file's name ends");
-            command.add_option("--count", arguments.count, "No more than this many pages")->check(CLI::PositiveNumber);
-            command.add_option("--set", arguments.settings, settings_help)->allow_extra_args(false);
+                            "The file, or - for standard output; all pages are scanned when \"%d\" stands in it\n"
+                            "for the page's number")
+                ->required()
+                ->type_name("FILE");
+            command.add_option("--format", arguments.format, "png, tiff or pnm; otherwise as the file's name ends")
+                ->type_name("FORMAT");
+            command.add_option("--count", arguments.count, "No more than this many pages")
+                ->type_name("NUMBER")
+                ->check(CLI::Range(1, std::numeric_limits<int>::max()));
+            command.add_option("--set", arguments.settings, settings_help)
+                ->allow_extra_args(false)
+                ->type_name("NAME=VALUE");
         },
         scan)
         ->footer("Examples:\n"

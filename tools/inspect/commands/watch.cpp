@@ -11,6 +11,7 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <limits>
 
 namespace inspect {
 
@@ -61,7 +62,9 @@ void add_watch_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "watch", "Show the driver's events as they come, until interrupted",
         [](CLI::App &command, watch_arguments &arguments) {
             command.add_option("DEVICE", arguments.device, device_help);
-            command.add_option("--count", arguments.count, "End after this many events")->check(CLI::PositiveNumber);
+            command.add_option("--count", arguments.count, "End after this many events")
+                ->type_name("NUMBER")
+                ->check(CLI::Range(1, std::numeric_limits<int>::max()));
         },
         watch)
         ->footer("Example:\n  pelsane-inspect watch --json | while read -r event; do echo \"$event\"; done");
