@@ -36,7 +36,7 @@ double read_speed(const profile_node &node)
 // It is looked into when a job starts, so that it may come to be later.
 std::string read_folder(const profile_node &node)
 {
-    const std::string folder = node.text();
+    std::string folder = node.text();
     if (folder.empty() || folder.find('\0') != std::string::npos)
         node.fail("a folder is expected");
     return folder;
