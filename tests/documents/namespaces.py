@@ -8,6 +8,7 @@ import ctypes
 import os
 import subprocess
 
+NEW_NAME = 0x04000000  # a UTS namespace
 NEW_USER = 0x10000000
 NEW_NETWORK = 0x40000000
 
@@ -38,13 +39,16 @@ def become_root_of_a_user_namespace():
 
 
 def leave_the_network():
-    """From here on this process has a network of its own, with nothing in it. Raises Refused where that is refused."""
+    """From here on this process has a network of its own, with nothing in it, and a host name of its own.
+
+    Raises Refused where that is refused.
+    """
     reason = "this machine makes no network namespaces"
     try:
         become_root_of_a_user_namespace()
     except OSError as error:
         reason = error.strerror  # which does not matter to a root who may do everything
-    if libc.unshare(NEW_NETWORK) != 0:
+    if libc.unshare(NEW_NETWORK | NEW_NAME) != 0:
         raise Refused(reason)
 
 
