@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace inspect {
 
@@ -52,7 +53,14 @@ CLI::App *add_command(CLI::App &program, chosen_command &chosen, const std::stri
 constexpr const char *device_help = "The scanner, as \"devices\" lists it; may be left out when there is only one";
 constexpr const char *option_help =
     "The scanner, which may be left out when there is only one, and an option's name, number or well-known identifier";
-constexpr const char *settings_help = "Set before anything else; may be given several times";
+
+// --set, as apply_all takes it.
+inline void add_settings(CLI::App &command, std::vector<std::string> &settings)
+{
+    command.add_option("--set", settings, "Set before anything else; may be given several times")
+        ->allow_extra_args(false)
+        ->type_name("NAME=VALUE");
+}
 
 } // namespace inspect
 

@@ -197,9 +197,7 @@ void add_explain_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "explain", "Say why an option is active or greyed out, and what depends on it",
         [](CLI::App &command, explain_arguments &arguments) {
             command.add_option("[DEVICE] NAME", arguments.words, option_help)->required()->expected(1, 2);
-            command.add_option("--set", arguments.settings, settings_help)
-                ->allow_extra_args(false)
-                ->type_name("NAME=VALUE");
+            add_settings(command, arguments.settings);
         },
         print_explanation)
         ->footer("Examples:\n"

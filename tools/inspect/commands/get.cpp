@@ -50,9 +50,7 @@ void add_get_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "get", "Print the value of an option",
         [](CLI::App &command, get_arguments &arguments) {
             command.add_option("[DEVICE] NAME", arguments.words, option_help)->required()->expected(1, 2);
-            command.add_option("--set", arguments.settings, settings_help)
-                ->allow_extra_args(false)
-                ->type_name("NAME=VALUE");
+            add_settings(command, arguments.settings);
         },
         print_value)
         ->footer("Examples:\n  pelsane-inspect get resolution\n  pelsane-inspect get virtual:duplex-feeder 34840");

@@ -189,9 +189,7 @@ void add_graph_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "graph", "Show which options decide about which others, for Graphviz",
         [](CLI::App &command, graph_arguments &arguments) {
             command.add_option("DEVICE", arguments.device, device_help);
-            command.add_option("--set", arguments.settings, settings_help)
-                ->allow_extra_args(false)
-                ->type_name("NAME=VALUE");
+            add_settings(command, arguments.settings);
             command
                 .add_option("--svg", arguments.svg,
                             "Write a picture to this file, or - for standard output; \"dot\" has to be installed")

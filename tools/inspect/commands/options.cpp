@@ -94,9 +94,7 @@ void add_options_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "options", "List all options of a scanner, with values and what is allowed",
         [](CLI::App &command, options_arguments &arguments) {
             command.add_option("DEVICE", arguments.device, device_help);
-            command.add_option("--set", arguments.settings, settings_help)
-                ->allow_extra_args(false)
-                ->type_name("NAME=VALUE");
+            add_settings(command, arguments.settings);
         },
         print_options)
         ->footer("Example:\n  pelsane-inspect options virtual:duplex-feeder --set mode=Gray");

@@ -225,9 +225,7 @@ void add_scan_command(CLI::App &program, chosen_command &chosen)
             command.add_option("--count", arguments.count, "No more than this many pages")
                 ->type_name("NUMBER")
                 ->check(CLI::Range(1, std::numeric_limits<int>::max()));
-            command.add_option("--set", arguments.settings, settings_help)
-                ->allow_extra_args(false)
-                ->type_name("NAME=VALUE");
+            add_settings(command, arguments.settings);
         },
         scan)
         ->footer("Examples:\n"
