@@ -7,11 +7,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
 namespace {
 
-static_assert(sizeof(void *) == 8, "handles are transformed as 64-bit numbers");
 static_assert(offsetof(kx_access, user) == 8 && offsetof(kx_access, password) == 264 &&
                   offsetof(kx_access, extra) == 520 && offsetof(kx_access, trailing) == 776,
               "the access block that the frontend receives");
@@ -30,17 +28,6 @@ int request_access(kx_access &access)
 }
 
 } // namespace
-
-void *kx_sane_middleware::scanner_handle_to_sane(void *handle)
-{
-    const auto number = reinterpret_cast<std::uintptr_t>(handle);
-    return reinterpret_cast<void *>(number ^ (number >> 32));
-}
-
-void *kx_sane_middleware::sane_handle_to_scanner(void *handle)
-{
-    return scanner_handle_to_sane(handle); // the upper half is kept, so it undoes itself
-}
 
 int kx_sane_middleware::open(const char *name, void **handle_out, const char *, const char *, const char *,
                              char *need_auth)
@@ -94,9 +81,6 @@ kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_devi
 {
     // a cancel from a signal handler may look while an entry is being taken out
     const auto is_wanted = [scanner](const auto &dev) { return dev != nullptr && dev->dev_ == scanner; };
-    const std::size_t place = read_last_.load(std::memory_order_relaxed);
-    if (place < openning_dev_.size() && is_wanted(openning_dev_[place]))
-        return openning_dev_.begin() + static_cast<std::ptrdiff_t>(place);
     return std::find_if(openning_dev_.begin(), openning_dev_.end(), is_wanted);
 }
 
@@ -116,28 +100,12 @@ void *kx_sane_middleware::find_openning_device(void *sane_handle, bool remove, _
         *record_out = found->get();
     if (!remove)
         return scanner;
-    _dev_inst *const record = take_out(found);
+    read_last_.store(nullptr, std::memory_order_relaxed);
+    _dev_inst *const record = found->release();
+    openning_dev_.erase(found);
     if (record_out == nullptr)
         free_device_inst(record, true);
     return scanner;
-}
-
-void *kx_sane_middleware::device_to_read(void *sane_handle)
-{
-    const auto found = find_openning_device_in_que(sane_handle_to_scanner(sane_handle));
-    if (found == openning_dev_.end())
-        return nullptr;
-    read_last_.store(static_cast<std::size_t>(found - openning_dev_.begin()), std::memory_order_relaxed);
-    return (*found)->dev_;
-}
-
-// Apart from the look-up, which every read makes. Where the entries move up, a remembered place says nothing.
-[[gnu::noinline]] _dev_inst *kx_sane_middleware::take_out(device_list::iterator entry)
-{
-    read_last_.store(0, std::memory_order_relaxed);
-    _dev_inst *const record = entry->release();
-    openning_dev_.erase(entry);
-    return record;
 }
 
 int kx_sane_middleware::close_device(void *sane_handle)

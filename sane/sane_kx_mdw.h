@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -69,8 +70,16 @@ public:
     // ===== opened devices: opened_devices.cpp =====
 
     // The frontend's handle of a driver handle, and (the same transform) back; null stays null.
-    static void *scanner_handle_to_sane(void *handle);
-    static void *sane_handle_to_scanner(void *handle);
+    static void *scanner_handle_to_sane(void *handle)
+    {
+        static_assert(sizeof(void *) == 8, "handles are transformed as 64-bit numbers");
+        const auto number = reinterpret_cast<std::uintptr_t>(handle);
+        return reinterpret_cast<void *>(number ^ (number >> 32));
+    }
+    static void *sane_handle_to_scanner(void *handle)
+    {
+        return scanner_handle_to_sane(handle); // the upper half is kept, so it undoes itself
+    }
 
     // Opens in the driver and makes the record. *need_auth becomes non-zero when the device asks for access. user,
     // password and extra are not passed on. A driver's refusal (259) is SANE_STATUS_ACCESS_DENIED, its other codes are
@@ -90,9 +99,6 @@ public:
     // then the caller's, or without record_out the record is freed.
     void *find_openning_device(void *sane_handle, bool remove, _dev_inst **record_out);
 
-    // The driver's handle as above, of a device whose place is remembered for the following look-ups.
-    void *device_to_read(void *sane_handle);
-
     // Resets the options of a record (destroy false), or frees it.
     static void free_device_inst(_dev_inst *record, bool destroy);
 
@@ -101,6 +107,9 @@ public:
     int get_image_parameters(void *handle, SANE_Parameters *p);
     int get_image_parameters_ex(void *handle, SANE_Image *p);
     int start(void *handle, void *event);
+
+    // The driver's handle, null when the device is not open; remembered for the reads that follow.
+    void *device_to_read(void *sane_handle);
 
     // *length in: room in data; out: the count that the driver delivered, whatever it answers.
     int read(void *handle, void *data, int *length);
@@ -236,9 +245,6 @@ private:
     kx_sane_middleware();
     void start_driver();
 
-    // opened_devices.cpp
-    _dev_inst *take_out(device_list::iterator entry);
-
     // descriptor.cpp
     void register_dependencies(void *scanner, const SANE_Option_Descriptor &desc, const std::string &name,
                                const json &jsn);
@@ -275,8 +281,8 @@ private:
 
     SANE_Option_Descriptor *mem_ = nullptr; // of option 0
     bool ready_ = false;
-    device_list openning_dev_;              // in the order of opening
-    std::atomic<std::size_t> read_last_{0}; // where a search from the front found the device that was read last
+    device_list openning_dev_;               // in the order of opening
+    std::atomic<void *> read_last_{nullptr}; // the driver's handle of an open device
     struct sigaction earlier_handler_ = {};
 
     static kx_sane_middleware *inst_;

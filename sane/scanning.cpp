@@ -37,6 +37,17 @@ int kx_sane_middleware::start(void *handle, void *event)
     return scanner_err_2_sane_statu(kx_scanner_start(scanner, event, no_timeout));
 }
 
+// A page is read in many small pieces, one after the other.
+void *kx_sane_middleware::device_to_read(void *sane_handle)
+{
+    void *const scanner = sane_handle_to_scanner(sane_handle);
+    if (scanner == read_last_.load(std::memory_order_relaxed))
+        return scanner;
+    void *const found = find_openning_device(sane_handle, false, nullptr);
+    read_last_.store(found, std::memory_order_relaxed);
+    return found;
+}
+
 int kx_sane_middleware::read(void *handle, void *data, int *length)
 {
     long count = *length;
@@ -45,7 +56,7 @@ int kx_sane_middleware::read(void *handle, void *data, int *length)
         return scanner_err_2_sane_statu(SCANNER_ERR_INVALID_PARAMETER);
     const int code = kx_scanner_read_img_data(scanner, data, &count);
     *length = static_cast<int>(count);
-    return scanner_err_2_sane_statu(code);
+    return code == SCANNER_ERR_OK ? SANE_STATUS_GOOD : scanner_err_2_sane_statu(code);
 }
 
 int kx_sane_middleware::stop(void *handle)
