@@ -222,6 +222,18 @@ TEST_F(lint, finds_names_that_are_taken)
                  "option 2, is-flag: error: option 1 has this name, too [name-clash]");
 }
 
+TEST_F(lint, finds_names_that_the_backend_takes)
+{
+    const auto button = [](const std::string &name) { return option(name, R"("type": "button")"); };
+    expect_error(lint_options(button("duplex") + "," + button("page")),
+                 "option 1, duplex: error: the backend adds an option of this name to \"page\" [name-clash]");
+    for (const std::string name : {"page-width", "page-height"})
+        expect_error(lint_options(button("paper") + "," + button(name)),
+                     "option 2, " + name +
+                         ": error: the backend adds an option of this name to \"paper\" [name-clash]");
+    EXPECT_EQ(lint_options(button("duplex") + "," + button("paper")).status, 0);
+}
+
 TEST_F(lint, finds_fixed_identifiers_that_are_taken)
 {
     expect_error(lint_options(mode + ("," + flag_with(R"("fix-id": 34819)"))),

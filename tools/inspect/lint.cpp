@@ -72,6 +72,17 @@ int fixed_id_of(const examined_option &option)
     return known != std::end(well_known_options) ? known->id : 0;
 }
 
+// The backend adds options of its own beside two of the driver's.
+void lint_addition(const examined_option &option, const examined_options &options, report &found)
+{
+    static const std::map<std::string, std::string> base_of = {
+        {"page-width", "paper"}, {"page-height", "paper"}, {"duplex", "page"}};
+    const auto addition = base_of.find(option.text.name);
+    if (addition != base_of.end() && find_option(options, addition->second) != nullptr)
+        found.error(option, "", "name-clash",
+                    fmt::format("the backend adds an option of this name to \"{}\"", addition->second));
+}
+
 void lint_clashes(const examined_options &options, report &found)
 {
     std::map<int, const examined_option *> by_id;
@@ -85,6 +96,7 @@ void lint_clashes(const examined_options &options, report &found)
             found.error(option, "/fix-id", "id-clash",
                         fmt::format("option {}, {}, has the fixed identifier {}, too", other->second->text.number,
                                     other->second->text.name, id));
+        lint_addition(option, options, found);
     }
 }
 
