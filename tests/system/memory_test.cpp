@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // scanimage with its memory watched by Valgrind: no invalid access, nothing used that was never set, nothing lost.
 // Valgrind does not run in an emulator. There the C library watches: no block is written beyond its ends, freed twice
-// or used after it was freed, and what was never set or is gone holds a pattern that spoils the results.
+// or used after it was freed, and what was never set or is gone holds a pattern that spoils the results. Nor does it
+// run what is instrumented; there the sanitizers watch.
 #include "scanimage.h"
 
 #include <csignal>
@@ -9,11 +10,16 @@
 namespace system_test {
 
 class memory : public scanimage {
+    static constexpr bool is_instrumented = sizeof PELSANE_PRELOADED > 1;
+
 protected:
     arguments checked(const arguments &options)
     {
         arguments command;
-        if (PELSANE_EMULATED) {
+        if (is_instrumented) {
+            set_variable("ASAN_OPTIONS", "detect_leaks=1:intercept_tls_get_addr=0:exitcode=99");
+            set_variable("TSAN_OPTIONS", "exitcode=99");
+        } else if (PELSANE_EMULATED) {
             set_variable("LD_PRELOAD", "libc_malloc_debug.so.0");
             set_variable("GLIBC_TUNABLES", "glibc.malloc.check=3:glibc.malloc.perturb=165");
         } else {
