@@ -44,7 +44,7 @@ protected:
         long length;
         std::string written;
     };
-    static void script(std::vector<answer> answers)
+    static void script(const std::vector<answer> &answers)
     {
         scripted::on().get_parameter = [answers, at = std::make_shared<std::size_t>(0)](void *, const void *,
                                                                                         void *data, long *length,
