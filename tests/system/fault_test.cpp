@@ -28,7 +28,7 @@ protected:
         EXPECT_TRUE(contains(result.messages, message)) << faults << ": " << result.messages;
         ASSERT_EQ(whole_pages, pages("pnm").size()) << faults;
         for (const std::string &page : pages("pnm"))
-            EXPECT_EQ(std::string("P6\n# SANE data follows\n620 877\n255\n").size() + 877U * 620U * 3U,
+            EXPECT_EQ(std::string("P6\n# SANE data follows\n620 877\n255\n").size() + std::size_t{877} * 620 * 3,
                       read_file(page).size())
                 << faults;
     }

@@ -20,8 +20,8 @@ const std::vector<std::string> option_lines{
     "--is-rotate-bkg-180[=(auto|yes|no)] [no]",
     "--is-wait-scan[=(auto|yes|no)] [no] [advanced]",
     "--is-exchange[=(auto|yes|no)] [no] [advanced]",
-    "--paper auto|A3|8K|A4|A4 landscape|A5|A5 landscape|A6|A6 landscape|B4|B5|B5 landscape|B6|B6 "
-    "landscape|16K|Original size [A4]",
+    ("--paper auto|A3|8K|A4|A4 landscape|A5|A5 landscape|A6|A6 landscape|B4|B5|B5 landscape|B6|B6 "
+     "landscape|16K|Original size [A4]"),
     "--is-custom-area[=(auto|yes|no)] [yes]",
     "-l auto|0..297mm [0]",
     "-t auto|0..420mm [0]",
