@@ -61,6 +61,23 @@ TEST(json_memory, text_does_not_parse_whichever_allocation_fails)
     EXPECT_GT(more_than_enough, enough);
 }
 
+TEST(json_memory, item_is_not_copied_whichever_allocation_fails)
+{
+    constexpr int more_than_enough = 20;
+    json source(R"({"a": [1, "b"]})");
+    int enough = 0;
+    for (; enough < more_than_enough; ++enough) {
+        json copy(R"({"earlier": 1})");
+        const library_short_of_memory limited(enough);
+        if (copy.attach_cjson(source.find(nullptr)))
+            break;
+        EXPECT_EQ(nullptr, copy.find("a")) << enough;
+        EXPECT_EQ(nullptr, copy.find("earlier")) << enough;
+    }
+    EXPECT_LT(1, enough);
+    EXPECT_GT(more_than_enough, enough);
+}
+
 TEST(json_memory, nothing_has_no_children)
 {
     json nothing;

@@ -99,6 +99,14 @@ TEST(json, clear_drops_the_document)
     EXPECT_EQ(document.to_string(), "");
 }
 
+TEST(json, key_with_a_slash_is_no_path)
+{
+    json document(R"({"a/b":1,"a":{"b":2}})");
+    int b = 0;
+    EXPECT_TRUE(document.get_value("a/b", b));
+    EXPECT_EQ(b, 2);
+}
+
 TEST(json, attached_item_is_a_copy_of_its_own)
 {
     json source(R"({"a":{"b":1}})");
