@@ -97,24 +97,29 @@ TEST_F(option_reload, two_options_of_one_name_keep_one_address_each)
     }
 }
 
-TEST_F(option_reload, two_options_of_one_name_keep_their_addresses_when_numbers_move)
+TEST_F(option_reload, options_of_one_name_keep_their_addresses_when_numbers_move)
 {
     scripted::set_option(1, "other", R"({"type":"string","size":8})");
     scripted::set_option(2, "same", R"({"type":"int"})");
     scripted::set_option(3, "same", R"({"type":"bool"})");
+    scripted::set_option(4, "same", R"({"type":"button"})");
     open_device();
     const auto *other = descriptor(1);
     const auto *first = descriptor(2);
     const auto *second = descriptor(3);
+    const auto *third = descriptor(4);
     scripted::set_option(1, "same", R"({"type":"int"})");
     scripted::set_option(2, "same", R"({"type":"bool"})");
-    scripted::set_option(3, "other", R"({"type":"string","size":8})");
+    scripted::set_option(3, "same", R"({"type":"button"})");
+    scripted::set_option(4, "other", R"({"type":"string","size":8})");
     scripted::change_language();
     EXPECT_EQ(descriptor(1), first);
     EXPECT_EQ(descriptor(2), second);
-    EXPECT_EQ(descriptor(3), other);
+    EXPECT_EQ(descriptor(3), third);
+    EXPECT_EQ(descriptor(4), other);
     EXPECT_EQ(first->type, SANE_TYPE_INT);
     EXPECT_EQ(second->type, SANE_TYPE_BOOL);
+    EXPECT_EQ(third->type, SANE_TYPE_BUTTON);
     EXPECT_EQ(other->type, SANE_TYPE_STRING);
 }
 
