@@ -106,7 +106,7 @@ std::vector<std::string> scanimage::environment() const
     std::vector<std::string> assignments;
     for (const auto &[name, value] : variables_)
         if (!value.empty())
-            assignments.push_back(name + "=" + value);
+            assignments.emplace_back(name).append("=").append(value);
     return assignments;
 }
 

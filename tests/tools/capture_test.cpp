@@ -26,6 +26,7 @@ protected:
         set_variable("PELVIRTUAL_PROFILES", PELSANE_PROFILES);
         const std::vector<std::string> commands{"options", "graph", "lint"};
         std::vector<std::string> original;
+        original.reserve(commands.size());
         for (const std::string &command : commands)
             original.push_back(shown_by(command, device));
         const outcome captured = inspect({"capture", device, "-o", path("captured.json")});

@@ -100,15 +100,12 @@ TEST_F(options, that_the_driver_describes_wrongly_are_left_out)
 
 TEST(option_named, takes_a_name_before_a_number_before_an_identifier)
 {
-    std::vector<inspect::option> described(3);
-    described[0].number = 1;
-    described[0].name = "first";
-    described[0].fixed_id = 2;
-    described[1].number = 2;
-    described[1].name = "second";
-    described[2].number = 3;
-    described[2].name = "1";
-    described[2].fixed_id = 34840;
+    const auto number_option = [](int number, const std::string &name, int fixed_id) {
+        return inspect::option{number,         name, fixed_id, "",      "",      "",      SANE_TYPE_INT,
+                               SANE_UNIT_NONE, 4,    0,        nullptr, nullptr, nullptr, false};
+    };
+    const std::vector<inspect::option> described{number_option(1, "first", 2), number_option(2, "second", 0),
+                                                 number_option(3, "1", 34840)};
     EXPECT_EQ(inspect::option_named(described, "1").number, 3);
     EXPECT_EQ(inspect::option_named(described, "2").number, 2);
     EXPECT_EQ(inspect::option_named(described, "34840").number, 3);
