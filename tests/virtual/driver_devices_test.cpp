@@ -35,6 +35,7 @@ protected:
         std::vector<_device> records(static_cast<std::size_t>(count));
         EXPECT_EQ(0, kx_scanner_enum(records.data(), &count, 1));
         std::vector<std::string> names;
+        names.reserve(records.size());
         for (const _device &record : records)
             names.emplace_back(record.name);
         return names;
@@ -50,7 +51,8 @@ protected:
         std::string text(255, '\0');
         long length = 255;
         EXPECT_EQ(0, kx_scanner_get_parameter(handle, name, text.data(), &length, nullptr));
-        return text.c_str();
+        text.resize(text.find('\0'));
+        return text;
     }
 
     using names = std::vector<std::string>;
@@ -221,7 +223,7 @@ TEST_F(driver_devices, scan_on_two_threads_each_its_own_pages)
 {
     start(write_profile("1.json", "red", R"("feeder": {"source": {"color": "#ff0000"}, "sheets": 4}, )") + ":" +
           write_profile("2.json", "blue", R"("feeder": {"source": {"color": "#0000ff"}, "sheets": 4}, )"));
-    const auto scan = [](const char *name, std::vector<int> expected) {
+    const auto scan = [](const char *name, const std::vector<int> &expected) {
         scanner device(name);
         for (int page = 0; page < 4; ++page) {
             ASSERT_EQ(0, kx_scanner_start(device.handle(), nullptr, -1));

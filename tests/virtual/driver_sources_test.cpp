@@ -44,6 +44,7 @@ protected:
     static std::vector<int> next_pages(scanner &device, int count)
     {
         std::vector<int> found;
+        found.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i)
             found.push_back(device.scan().color(100, 140)[0]);
         return found;

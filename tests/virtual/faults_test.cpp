@@ -252,7 +252,7 @@ TEST(faults, stall_holds_a_read_up_for_its_time)
     const faulty_driver driver("stall 300 ms after 10 lines");
     small_scanner device;
     ASSERT_EQ(0, device.start());
-    std::vector<unsigned char> buffer(100 * line_bytes);
+    std::vector<unsigned char> buffer(std::size_t{100} * line_bytes);
     long length = static_cast<long>(buffer.size());
     EXPECT_EQ(0, kx_scanner_read_img_data(device.handle(), buffer.data(), &length));
     EXPECT_EQ(10 * line_bytes, length);
@@ -267,7 +267,7 @@ TEST(faults, stall_ends_with_a_stop)
     const faulty_driver driver("stall 3600 s after 10 lines");
     small_scanner device;
     ASSERT_EQ(0, device.start());
-    std::vector<unsigned char> buffer(10 * line_bytes);
+    std::vector<unsigned char> buffer(std::size_t{10} * line_bytes);
     long length = static_cast<long>(buffer.size());
     ASSERT_EQ(0, kx_scanner_read_img_data(device.handle(), buffer.data(), &length));
     EXPECT_EQ(10 * line_bytes, length);
