@@ -68,18 +68,24 @@ int enumerate(bool local_only, local_utility::memory_ptr<_device> &records, int 
 
 } // namespace
 
+// An information code is a success that lists nothing.
 int kx_sane_middleware::get_devices(const SANE_Device ***list, bool local_only)
 {
     if (list == nullptr)
         return SANE_STATUS_INVAL;
+    const auto serial = serial_;
     int count = 0;
     local_utility::memory_ptr<_device> records;
     int code = kx_scanner_enum(nullptr, &count, local_only ? 1 : 0);
-    if (code == SCANNER_ERR_INSUFFICIENT_MEMORY)
+    if (code == SCANNER_ERR_INSUFFICIENT_MEMORY) {
+        if (!is_current(serial))
+            return SANE_STATUS_INVAL;
         code = enumerate(local_only, records, count);
-    if (code != SCANNER_ERR_OK)
-        return local_utility::scanner_err_2_sane_statu(code);
-    dev_list_.reset(to_sane_device(records.get(), count));
+    }
+    const int status = local_utility::scanner_err_2_sane_statu(code);
+    if (status != SANE_STATUS_GOOD)
+        return status;
+    dev_list_.reset(to_sane_device(code == SCANNER_ERR_OK ? records.get() : nullptr, count));
     *list = const_cast<const SANE_Device **>(dev_list_.get());
     return SANE_STATUS_GOOD;
 }

@@ -192,7 +192,7 @@ TEST_F(device_list, count_of_an_enumeration_without_records_is_not_believed)
 
 TEST_F(device_list, first_failure_is_translated_and_the_list_is_not_written)
 {
-    const std::pair<int, int> cases[] = {{269, 9}, {259, 11}, {256, 4}, {56834, 3}, {276, 276}, {-1, -1}, {262, 0}};
+    const std::pair<int, int> cases[] = {{269, 9}, {259, 11}, {256, 4}, {56834, 3}, {276, 276}, {-1, -1}};
     for (const auto &[code, status] : cases) {
         scripted::reset();
         scripted::answer("kx_scanner_enum", code);
@@ -202,6 +202,22 @@ TEST_F(device_list, first_failure_is_translated_and_the_list_is_not_written)
         EXPECT_EQ(&marker, list) << code;
         EXPECT_EQ(1U, scripted::calls().size()) << code;
     }
+}
+
+TEST_F(device_list, information_code_of_either_call_writes_an_empty_list)
+{
+    for (const int code : {260, 261, 262, 277, 278})
+        for (const int first_calls : {0, 1}) {
+            scripted::reset();
+            if (first_calls == 1)
+                scripted::answer("kx_scanner_enum", 258, 1, 1);
+            scripted::answer("kx_scanner_enum", code, scripted::always, 3);
+            const SANE_Device *marker = nullptr;
+            const SANE_Device **list = &marker;
+            EXPECT_EQ(SANE_STATUS_GOOD, sane_pelsane_get_devices(&list, SANE_FALSE)) << code;
+            EXPECT_NE(&marker, list) << code;
+            EXPECT_EQ(nullptr, list[0]) << code;
+        }
 }
 
 TEST_F(device_list, second_failure_is_translated_and_the_list_is_not_written)
