@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -40,18 +41,18 @@ bool deliver_information_item(void *scanner, const char *name, int length, const
     return deliver(buffer.data(), static_cast<std::size_t>(std::min<long>(count, length)));
 }
 
-// The text, its NUL, and NULs up to the option's size, but not beyond the buffer size that the application was told.
-bool deliver_text(const json &option, const SANE_Option_Descriptor *told, const delivery &deliver)
+// The text, its NUL, and NULs up to the option's size, but not beyond the size that the application was told.
+bool deliver_text(const json &option, const std::string &name, int told_size, const delivery &deliver)
 {
     int size = 0;
     std::string text;
     option.get_value("size", size);
     option.get_value("cur", text);
-    if (told != nullptr)
-        size = std::min(size, told->size);
-    if (size <= static_cast<long>(text.size()))
-        size = static_cast<int>(text.size()) + 1;
-    text.resize(static_cast<std::size_t>(size));
+    const int needed = static_cast<int>(text.size()) + 1;
+    if (needed > told_size)
+        WarnLog(g_hLog, "The driver's text for option '%s' takes %d bytes, its size is %d.", name.c_str(), needed,
+                told_size);
+    text.resize(static_cast<std::size_t>(std::max(needed, std::min(size, told_size))));
     return deliver(text.data(), text.size());
 }
 
@@ -69,7 +70,15 @@ SANE_Value_Type sane_type(const std::string &type)
 bool kx_sane_middleware::get_current_value(void *scanner, const void *option, value_setter setter, void *param,
                                            SANE_Value_Type *type)
 {
+    return read_value(opened_device(scanner), option, told_size(scanner, option), setter, param, type);
+}
+
+// The value is delivered even if its device was closed by what came back from within the fetch.
+bool kx_sane_middleware::read_value(const opened_device &device, const void *option, int told_size, value_setter setter,
+                                    void *param, SANE_Value_Type *type)
+{
     const delivery deliver{setter, param};
+    void *const scanner = device.scanner();
     if (!option_key::is_name(option)) {
         int length = 0;
         const std::string item = local_utility::un_json_option_name(option_key::number_of(option), &length);
@@ -84,18 +93,23 @@ bool kx_sane_middleware::get_current_value(void *scanner, const void *option, va
         return false;
     const SANE_Value_Type value_type = sane_type(type_word);
     auto word = word_in_json(type_word, document, "cur");
-    if (word ? !deliver(&*word, sizeof(*word))
-             : !deliver_text(document, find_stored_descriptor(scanner, option, nullptr, nullptr), deliver))
+    if (word ? !deliver(&*word, sizeof(*word)) : !deliver_text(document, name, told_size, deliver))
         return false;
     if (type != nullptr)
         *type = value_type;
-    const auto dev = find_openning_device_in_que(scanner);
-    if (dev != openning_dev_.end())
-        refresh_current_value(dev->get(), name.c_str(), &document);
+    if (_dev_inst *const dev = device.record())
+        refresh_current_value(dev, name.c_str(), &document);
     DebugLog(g_hLog, "<--Get option(%d - %s) value: %s", option_key::number_of(option),
              get_string_in_json(&document, "title").c_str(),
              option_value_2_string(value_type, deliver.delivered()).c_str());
     return true;
+}
+
+// The size that the application was told of an option's value; no limit for an option that it knows nothing of.
+int kx_sane_middleware::told_size(void *scanner, const void *option)
+{
+    const auto *const told = find_stored_descriptor(scanner, option, nullptr, nullptr);
+    return told != nullptr ? told->size : std::numeric_limits<int>::max();
 }
 
 bool kx_sane_middleware::get_cur_value(void *handle, const void *option, void *value, SANE_Value_Type *type)

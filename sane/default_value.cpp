@@ -87,10 +87,11 @@ constexpr default_row defaults[] = {
 local_utility::memory_ptr<void> kx_sane_middleware::get_default_value(void *scanner, const void *option, int *bytes,
                                                                       bool log, bool *can_auto)
 {
+    const opened_device device(scanner);
     json document(get_option_json(scanner, option, nullptr, nullptr, nullptr, nullptr).c_str());
     std::string type;
     if (!document.get_value("type", type))
-        return get_well_known_default(scanner, option);
+        return get_well_known_default(device, option);
     if (can_auto != nullptr) {
         *can_auto = true;
         document.get_value("auto", *can_auto);
@@ -101,17 +102,18 @@ local_utility::memory_ptr<void> kx_sane_middleware::get_default_value(void *scan
         if (type == row.type)
             return row.read(document, bytes != nullptr ? *bytes : unwanted, shown);
     DebugLog(g_hLog, "option %d(%s) is '%s' and no value action.", shown.number, shown.title.c_str(), type.c_str());
-    return get_well_known_default(scanner, option);
+    return get_well_known_default(device, option);
 }
 
-local_utility::memory_ptr<void> kx_sane_middleware::get_well_known_default(void *scanner, const void *option)
+local_utility::memory_ptr<void> kx_sane_middleware::get_well_known_default(const opened_device &device,
+                                                                           const void *option)
 {
-    const auto dev = find_openning_device_in_que(scanner);
-    if (dev == openning_dev_.end() || (*dev)->std_opts_ == nullptr)
+    _dev_inst *const dev = device.record();
+    if (dev == nullptr || dev->std_opts_ == nullptr)
         return nullptr;
     int number = -1;
-    find_stored_descriptor(scanner, option, &number, nullptr);
-    return (*dev)->std_opts_->get_default_value(scanner, number);
+    find_stored_descriptor(dev->dev_, option, &number, nullptr);
+    return dev->std_opts_->get_default_value(dev->dev_, number);
 }
 
 local_utility::memory_ptr<void> kx_sane_middleware::get_def_value(void *handle, const void *option, int *bytes,

@@ -16,9 +16,7 @@ enum class verdict { met, not_met, unknown, inactive };
 // An opened device's own values are found by their index, others are searched.
 const _cur_val *value_of_master(void *scanner, const std::string &name, std::vector<_cur_val> &cur_vals)
 {
-    auto *const middleware = kx_sane_middleware::instance();
-    _dev_inst *dev = nullptr;
-    middleware->find_openning_device(kx_sane_middleware::scanner_handle_to_sane(scanner), false, &dev);
+    _dev_inst *const dev = kx_sane_middleware::find_record(scanner);
     if (dev != nullptr && &cur_vals == &dev->cur_vals_)
         return find_cached_value(*dev, name);
     const auto found =
@@ -115,15 +113,20 @@ int kx_sane_middleware::something_after_do(_dev_inst *dev, const char *name, con
     refresh_current_value(dev, name, value);
     if (!is_master(*dev, name))
         return 0;
+    const opened_device device(*dev);
     int info = 0;
     std::vector<_opt_status> work{{name, true}};
     for (std::size_t i = 0; i < work.size(); ++i) {
-        // by index: a notice that makes the driver change its language reloads the options, and with them the slaves
+        // by index: what comes back from within a notice may reload the options, and with them the slaves
         for (std::size_t s = 0; s < dev->slaves_.size(); ++s) {
             if (dev->slaves_[s].name == work[i].name || !is_associatived(dev->slaves_[s], work[i].name.c_str()))
                 continue;
             _opt_status decided{dev->slaves_[s].name, !dev->slaves_[s].enable_now};
-            if (!redecide(*dev, dev->slaves_[s]))
+            const bool has_changed = redecide(*dev, dev->slaves_[s]);
+            dev = device.record();
+            if (dev == nullptr)
+                return 0;
+            if (!has_changed)
                 continue;
             info = SANE_INFO_RELOAD_OPTIONS;
             if (is_master(*dev, decided.name) && !is_listed(work, decided.name))
@@ -135,9 +138,14 @@ int kx_sane_middleware::something_after_do(_dev_inst *dev, const char *name, con
 
 void kx_sane_middleware::on_SCANNER_ERR_CONFIGURATION_CHANGED(_dev_inst *dev)
 {
+    const opened_device device(*dev);
     std::vector<std::string> changed;
-    reload_current_value(dev->dev_, &changed);
-    for (const auto &name : changed)
+    reload_current_value(device.scanner(), &changed);
+    for (const auto &name : changed) {
+        dev = device.record();
+        if (dev == nullptr)
+            return;
         if (const _cur_val *cur = find_cached_value(*dev, name))
             something_after_do(dev, name.c_str(), std::string(cur->val).c_str());
+    }
 }

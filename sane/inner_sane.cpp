@@ -35,9 +35,13 @@ template <typename Work> void run(Work work)
     });
 }
 
-kx_sane_middleware &middleware()
+// What the middleware object makes of a call. There is none when the frontend exits while the driver starts.
+template <typename Work> SANE_Status with_middleware(Work work)
 {
-    return *kx_sane_middleware::instance();
+    return status_of([&] {
+        kx_sane_middleware *const middleware = kx_sane_middleware::instance();
+        return middleware != nullptr ? int{work(*middleware)} : int{SANE_STATUS_INVAL};
+    });
 }
 
 // Gives the driver's device discovery time before the application asks for devices.
@@ -47,13 +51,16 @@ void pause_for_discovery()
     nanosleep(&half_a_second, nullptr);
 }
 
-int init(SANE_Int *version_code)
+SANE_Status init(SANE_Int *version_code)
 {
-    if (!middleware().is_ready())
-        return SCANNER_ERR_NOT_READY;
-    local_utility::get_version(version_code);
-    pause_for_discovery();
-    return SANE_STATUS_GOOD;
+    kx_sane_middleware::keep_until_clear();
+    return with_middleware([version_code](kx_sane_middleware &middleware) -> int {
+        if (!middleware.is_ready())
+            return SCANNER_ERR_NOT_READY;
+        local_utility::get_version(version_code);
+        pause_for_discovery();
+        return SANE_STATUS_GOOD;
+    });
 }
 
 void write_byte(SANE_Int *part, unsigned int version, int shift)
@@ -66,7 +73,7 @@ void write_byte(SANE_Int *part, unsigned int version, int shift)
 
 SANE_Status inner_sane_init(SANE_Int *version_code)
 {
-    return status_of([&] { return init(version_code); });
+    return init(version_code);
 }
 
 SANE_Status inner_sane_init_ex(SANE_Int *version_code, sane_event_callback callback, void *parameter)
@@ -84,44 +91,48 @@ void inner_sane_exit()
 
 SANE_Status inner_sane_get_devices(const SANE_Device ***list, SANE_Bool local_only)
 {
-    return status_of([&] { return middleware().get_devices(list, local_only != SANE_FALSE); });
+    return with_middleware([&](auto &middleware) { return middleware.get_devices(list, local_only != SANE_FALSE); });
 }
 
 SANE_Status inner_sane_open(SANE_String_Const name, SANE_Handle *handle)
 {
-    return status_of([&] { return middleware().open_device(name, handle); });
+    return with_middleware([&](auto &middleware) { return middleware.open_device(name, handle); });
 }
 
 void inner_sane_close(SANE_Handle handle)
 {
-    run([&] { middleware().close_device(handle); });
+    with_middleware([&](auto &middleware) { return middleware.close_device(handle); });
 }
 
 const SANE_Option_Descriptor *inner_sane_get_option_descriptor(SANE_Handle handle, const void *option)
 {
     SANE_Option_Descriptor *const none = nullptr;
-    return guarded(none, none, [&] { return middleware().get_option_descriptor(handle, option, nullptr, nullptr); });
+    return guarded(none, none, [&] {
+        kx_sane_middleware *const middleware = kx_sane_middleware::instance();
+        return middleware != nullptr ? middleware->get_option_descriptor(handle, option, nullptr, nullptr) : none;
+    });
 }
 
 SANE_Status inner_sane_control_option(SANE_Handle handle, const void *option, SANE_Action action, void *value,
                                       SANE_Int *info)
 {
-    return status_of([&] { return middleware().set_option(handle, option, action, value, info); });
+    return with_middleware(
+        [&](auto &middleware) { return middleware.set_option(handle, option, action, value, info); });
 }
 
 SANE_Status inner_sane_get_parameters(SANE_Handle handle, SANE_Parameters *parameters)
 {
-    return status_of([&] { return middleware().get_image_parameters(handle, parameters); });
+    return with_middleware([&](auto &middleware) { return middleware.get_image_parameters(handle, parameters); });
 }
 
 SANE_Status inner_sane_get_parameters_ex(SANE_Handle handle, SANE_Image *image)
 {
-    return status_of([&] { return middleware().get_image_parameters_ex(handle, image); });
+    return with_middleware([&](auto &middleware) { return middleware.get_image_parameters_ex(handle, image); });
 }
 
 SANE_Status inner_sane_start(SANE_Handle handle)
 {
-    return status_of([&] { return middleware().start(handle, nullptr); });
+    return with_middleware([&](auto &middleware) { return middleware.start(handle, nullptr); });
 }
 
 SANE_Status inner_sane_read(SANE_Handle handle, SANE_Byte *data, SANE_Int max_length, SANE_Int *length)
@@ -129,12 +140,13 @@ SANE_Status inner_sane_read(SANE_Handle handle, SANE_Byte *data, SANE_Int max_le
     SANE_Int unwanted = 0;
     SANE_Int &count = length != nullptr ? *length : unwanted;
     count = max_length;
-    return status_of([&] { return middleware().read(handle, data, &count); });
+    return with_middleware([&](auto &middleware) { return middleware.read(handle, data, &count); });
 }
 
 void inner_sane_cancel(SANE_Handle handle)
 {
-    run([&] { middleware().stop(handle); });
+    if (kx_sane_middleware::exists())
+        run([&] { kx_sane_middleware::stop(handle); });
 }
 
 SANE_Status inner_sane_set_io_mode(SANE_Handle, SANE_Bool non_blocking)
@@ -161,7 +173,7 @@ SANE_String_Const inner_sane_strstatus(SANE_Status status)
 
 SANE_Status inner_sane_io_control(SANE_Handle handle, unsigned long code, void *data, unsigned int *length)
 {
-    return status_of([&] { return middleware().io_control(handle, code, data, length); });
+    return with_middleware([&](auto &middleware) { return middleware.io_control(handle, code, data, length); });
 }
 
 SANE_Status inner_sane_read_ext()

@@ -3,6 +3,7 @@
 // looks the record up by transforming back. A record exists from a successful open until close or exit; whatever fails
 // after the driver opened a device closes it again. Tested by tests/sane/opened_devices_test.cpp.
 #include "kx_scanner.h"
+#include "open_scanners.h"
 #include "sane_kx_mdw.h"
 
 #include <algorithm>
@@ -27,13 +28,44 @@ int request_access(kx_access &access)
     return local_utility::ui_cb(nullptr, KX_EVENT_ACCESS, &access, nullptr, nullptr);
 }
 
+// A device whose opening fails when it is already listed is closed again: the application is told that it has none.
+template <typename Work> int closing_on_failure(const opened_device &device, Work work)
+{
+    try {
+        return work();
+    } catch (...) {
+        if (device.record() != nullptr)
+            kx_sane_middleware::instance()->close_device(kx_sane_middleware::scanner_handle_to_sane(device.scanner()));
+        throw;
+    }
+}
+
 } // namespace
+
+std::uint64_t _dev_inst::next_serial()
+{
+    static std::uint64_t last = 0;
+    return ++last;
+}
+
+opened_device::opened_device(void *scanner) : scanner_(scanner)
+{
+    const auto *const record = kx_sane_middleware::find_record(scanner);
+    if (record != nullptr)
+        serial_ = record->serial_;
+}
+
+_dev_inst *opened_device::record() const
+{
+    return serial_ != 0 ? kx_sane_middleware::find_record(serial_) : nullptr;
+}
 
 int kx_sane_middleware::open(const char *name, void **handle_out, const char *, const char *, const char *,
                              char *need_auth)
 {
     if (name == nullptr || handle_out == nullptr)
         return SANE_STATUS_INVAL;
+    const auto serial = serial_;
     void *handle = nullptr;
     const int code = kx_scanner_open(&handle, name, 0, nullptr, nullptr, nullptr, need_auth);
     if (code != SCANNER_ERR_OK)
@@ -42,52 +74,98 @@ int kx_sane_middleware::open(const char *name, void **handle_out, const char *, 
         return SANE_STATUS_IO_ERROR; // a driver that opens nothing
 
     opened_scanner scanner(handle);
-    auto dev = std::make_unique<_dev_inst>();
-    dev->dev_ = handle;
-    dev->name_ = name;
-    if (!local_utility::has_callback()) {
-        const int count = described_options(handle);
-        if (count > 0)
-            dev->std_opts_ = std::make_unique<sane_std_opts>(count);
-    }
-    openning_dev_.push_back(std::move(dev));
+    if (!is_current(serial))
+        return SANE_STATUS_INVAL;
+    const opened_device device(*add_record(handle, name));
     static_cast<void>(scanner.release()); // the record stands for it now
     *handle_out = scanner_handle_to_sane(handle);
+    if (local_utility::has_callback())
+        return SANE_STATUS_GOOD;
+    return closing_on_failure(device, [&] { return add_well_known_options(device); });
+}
+
+// With a callback the frontend knows the driver's own options, and gets no others.
+int kx_sane_middleware::add_well_known_options(const opened_device &device)
+{
+    const int count = described_options(device.scanner());
+    _dev_inst *const dev = device.record();
+    if (dev == nullptr)
+        return SANE_STATUS_INVAL;
+    if (count > 0)
+        dev->std_opts_ = std::make_unique<sane_std_opts>(count);
     return SANE_STATUS_GOOD;
 }
 
 int kx_sane_middleware::open_device(const char *name, void **handle_out)
 {
+    const auto serial = serial_;
     char need_auth = 0;
     int result = open(name, handle_out, nullptr, nullptr, nullptr, &need_auth);
     if (result == SANE_STATUS_ACCESS_DENIED && need_auth != 0) {
         kx_access access = {};
         if (request_access(access) != 0)
             return SANE_STATUS_CANCELLED;
+        if (!is_current(serial))
+            return SANE_STATUS_INVAL;
         result = open(name, handle_out, access.user, access.password, access.extra, &need_auth);
     }
     if (result != SANE_STATUS_GOOD)
         return result;
-    try {
-        reload_options(sane_handle_to_scanner(*handle_out));
-    } catch (...) {
-        close_device(*handle_out); // the application is told that it has no device
-        throw;
-    }
-    return SANE_STATUS_GOOD;
+    const opened_device device(sane_handle_to_scanner(*handle_out));
+    return closing_on_failure(device, [&] {
+        reload_options(device.scanner());
+        return device.was_closed() ? SANE_STATUS_INVAL : SANE_STATUS_GOOD;
+    });
 }
 
 kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_device_in_que(void *scanner)
 {
-    // a cancel from a signal handler may look while an entry is being taken out
-    const auto is_wanted = [scanner](const auto &dev) { return dev != nullptr && dev->dev_ == scanner; };
-    return std::find_if(openning_dev_.begin(), openning_dev_.end(), is_wanted);
+    return std::find_if(openning_dev_.begin(), openning_dev_.end(),
+                        [scanner](const auto &dev) { return dev->dev_ == scanner; });
 }
 
 kx_sane_middleware::device_list::iterator kx_sane_middleware::find_openning_device_in_que(const char *name)
 {
     return std::find_if(openning_dev_.begin(), openning_dev_.end(),
-                        [name](const auto &dev) { return dev != nullptr && dev->name_ == name; });
+                        [name](const auto &dev) { return dev->name_ == name; });
+}
+
+template <typename Matches> _dev_inst *kx_sane_middleware::record_where(Matches matches)
+{
+    kx_sane_middleware *const object = inst_;
+    if (object == nullptr)
+        return nullptr;
+    const auto found = std::find_if(object->openning_dev_.begin(), object->openning_dev_.end(),
+                                    [matches](const auto &dev) { return matches(*dev); });
+    return found != object->openning_dev_.end() ? found->get() : nullptr;
+}
+
+_dev_inst *kx_sane_middleware::find_record(void *scanner)
+{
+    return record_where([scanner](const _dev_inst &dev) { return dev.dev_ == scanner; });
+}
+
+_dev_inst *kx_sane_middleware::find_record(std::uint64_t serial)
+{
+    return record_where([serial](const _dev_inst &dev) { return dev.serial_ == serial; });
+}
+
+_dev_inst *kx_sane_middleware::add_record(void *scanner, const char *name)
+{
+    auto dev = std::make_unique<_dev_inst>();
+    dev->dev_ = scanner;
+    dev->name_ = name;
+    openning_dev_.reserve(openning_dev_.size() + 1);
+    open_scanners::add(scanner);
+    return openning_dev_.emplace_back(std::move(dev)).get();
+}
+
+std::unique_ptr<_dev_inst> kx_sane_middleware::take_record(device_list::iterator place)
+{
+    open_scanners::remove((*place)->dev_);
+    std::unique_ptr<_dev_inst> record = std::move(*place);
+    openning_dev_.erase(place);
+    return record;
 }
 
 void *kx_sane_middleware::find_openning_device(void *sane_handle, bool remove, _dev_inst **record_out)
@@ -100,11 +178,9 @@ void *kx_sane_middleware::find_openning_device(void *sane_handle, bool remove, _
         *record_out = found->get();
     if (!remove)
         return scanner;
-    read_last_.store(nullptr, std::memory_order_relaxed);
-    _dev_inst *const record = found->release();
-    openning_dev_.erase(found);
-    if (record_out == nullptr)
-        free_device_inst(record, true);
+    auto record = take_record(found);
+    if (record_out != nullptr)
+        static_cast<void>(record.release()); // the caller's now
     return scanner;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The record of an opened device, and the ownership of descriptors.
+// The record of an opened device, and the way to find it again after a call into the driver.
 #ifndef PELSANE_OPENED_DEVICES_H
 #define PELSANE_OPENED_DEVICES_H
 
@@ -11,6 +11,7 @@
 #include <sane/sane.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -44,6 +45,29 @@ struct _dev_inst {
     place_index<_device_option, &_device_option::fix_id_> opts_by_fix_id_;
     place_index<_device_option, &_device_option::name_> retired_by_name_;
     place_index<_cur_val, &_cur_val::name> cur_vals_by_name_;
+
+    const std::uint64_t serial_ = next_serial(); // of all records that the process ever had, from 1
+    static std::uint64_t next_serial();
+};
+
+// An opened device across calls into the driver. Any of them may come back through the frontend's event function and
+// close the device, open another one under the same driver handle, reload its options, or exit. So whoever calls the
+// driver keeps one of these, and after the call takes nothing that was looked up before it, but the record anew.
+class opened_device {
+public:
+    // The device that is open under a driver handle, if there is one.
+    explicit opened_device(void *scanner);
+    explicit opened_device(const _dev_inst &record) : scanner_(record.dev_), serial_(record.serial_) {}
+
+    [[nodiscard]] void *scanner() const { return scanner_; }
+    [[nodiscard]] _dev_inst *record() const; // null when the device is not open
+
+    // Whether it was open when this was made, and is not any more. There is no further driver call for it then.
+    [[nodiscard]] bool was_closed() const { return serial_ != 0 && record() == nullptr; }
+
+private:
+    void *scanner_;
+    std::uint64_t serial_ = 0; // 0 for none
 };
 
 #endif

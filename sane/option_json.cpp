@@ -33,13 +33,14 @@ struct fetch {
 
     void run(void *scanner, const void *option, int *id_out)
     {
+        const opened_device device(scanner);
         if (buffer == nullptr)
             buffer = new_buffer(size);
         if (buffer == nullptr)
             return;
         long needed = size;
         int code = kx_scanner_get_parameter(scanner, option, buffer.get(), &needed, id_out);
-        if (code == SCANNER_ERR_INSUFFICIENT_MEMORY && enlarge(needed))
+        if (code == SCANNER_ERR_INSUFFICIENT_MEMORY && !device.was_closed() && enlarge(needed))
             code = kx_scanner_get_parameter(scanner, option, buffer.get(), &needed, id_out);
         if (code == SCANNER_ERR_OK)
             length = std::min(needed, size);
@@ -58,6 +59,12 @@ struct fetch {
         return true;
     }
 };
+
+// Other than in conditions, lines may end here.
+const char *behind_space(const char *text)
+{
+    return text + std::strspn(text, " \t\r\n");
+}
 
 } // namespace
 
@@ -83,17 +90,16 @@ std::string kx_sane_middleware::get_option_json(void *scanner, const void *optio
 // No escape sequences are honoured inside the name.
 const char *kx_sane_middleware::split_name(const char *text, std::string *name_out)
 {
-    local_utility::skip_space(text);
+    text = behind_space(text);
     std::string name;
     if (*text == '"') {
         const char *const end = strchrnul(text + 1, '"');
         name.assign(text + 1, end);
         text = end;
         if (*text == '"') {
-            ++text;
-            local_utility::skip_space(text);
+            text = behind_space(text + 1);
             if (*text == ':')
-                local_utility::skip_space(++text);
+                text = behind_space(text + 1);
         }
     }
     if (name_out != nullptr)

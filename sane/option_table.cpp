@@ -119,10 +119,10 @@ void take_earlier_memory(_device_option &earlier, _device_option &record) noexce
 SANE_Option_Descriptor *kx_sane_middleware::find_stored_descriptor(void *scanner, const void *option, int *option_no,
                                                                    int *fix_id)
 {
-    const auto dev = find_openning_device_in_que(scanner);
-    if (dev == openning_dev_.end() || option_key::is_negative(option))
+    _dev_inst *const dev = find_record(scanner);
+    if (dev == nullptr || option_key::is_negative(option))
         return nullptr;
-    const _device_option *const found = find_option(**dev, option);
+    const _device_option *const found = find_option(*dev, option);
     if (found == nullptr)
         return nullptr;
     if (option_no != nullptr)
@@ -135,8 +135,7 @@ SANE_Option_Descriptor *kx_sane_middleware::find_stored_descriptor(void *scanner
 SANE_Option_Descriptor *kx_sane_middleware::option_count_descriptor()
 {
     if (mem_ == nullptr) {
-        mem_ = static_cast<SANE_Option_Descriptor *>(
-            local_utility::acquire_memory(sizeof(SANE_Option_Descriptor), "SANE_Option_Descriptor"));
+        mem_ = local_utility::acquire<SANE_Option_Descriptor>(sizeof(SANE_Option_Descriptor), "SANE_Option_Descriptor");
         if (mem_ == nullptr)
             return nullptr;
         mem_->name = "option-count";
@@ -149,29 +148,38 @@ SANE_Option_Descriptor *kx_sane_middleware::option_count_descriptor()
         mem_->constraint_type = SANE_CONSTRAINT_NONE;
     }
     DebugLog(g_hLog, "get_option_descriptor(0)");
-    return mem_;
+    return mem_.get();
 }
 
 SANE_Option_Descriptor *kx_sane_middleware::get_option_descriptor(void *sane_handle, const void *option, char **buf,
                                                                   long *size)
 {
-    void *const scanner = sane_handle_to_scanner(sane_handle);
-    const auto found = find_openning_device_in_que(scanner);
-    if (scanner == nullptr || found == openning_dev_.end() || option_key::is_negative(option))
+    _dev_inst *const dev = find_record(sane_handle_to_scanner(sane_handle));
+    if (dev == nullptr || option_key::is_negative(option))
         return nullptr;
-    _dev_inst &dev = **found;
     if (option == nullptr)
         return option_count_descriptor();
-    if (const _device_option *stored = find_option(dev, option))
+    if (const _device_option *const stored = find_option(*dev, option))
         return stored->desc_.get();
+    return fetch_descriptor(opened_device(*dev), option, buf, size);
+}
 
+// A look-up from within the fetch may have registered the option: then that record is the option's.
+SANE_Option_Descriptor *kx_sane_middleware::fetch_descriptor(const opened_device &device, const void *option,
+                                                             char **buf, long *size)
+{
     int option_no = -1;
     std::string name;
-    json description(get_option_json(scanner, option, &name, &option_no, buf, size).c_str());
-    auto desc = from_json(scanner, name, &description);
+    json description(get_option_json(device.scanner(), option, &name, &option_no, buf, size).c_str());
+    _dev_inst *const dev = device.record();
+    if (dev == nullptr)
+        return nullptr;
+    if (const _device_option *const stored = find_option(*dev, option))
+        return stored->desc_.get();
+    auto desc = from_json(dev->dev_, name, &description);
     if (desc == nullptr)
-        return dev.std_opts_ != nullptr ? dev.std_opts_->get_option(option_no) : nullptr;
-    return register_option(dev, option_no, std::move(name), description, std::move(desc));
+        return dev->std_opts_ != nullptr ? dev->std_opts_->get_option(option_no) : nullptr;
+    return register_option(*dev, option_no, std::move(name), description, std::move(desc));
 }
 
 SANE_Option_Descriptor *kx_sane_middleware::register_option(_dev_inst &dev, int option_no, std::string name,
@@ -194,33 +202,58 @@ SANE_Option_Descriptor *kx_sane_middleware::register_option(_dev_inst &dev, int 
 
 void kx_sane_middleware::reload_options(void *scanner)
 {
+    std::vector<opened_device> devices; // the list may change meanwhile
     for (const auto &dev : openning_dev_)
         if (scanner == nullptr || dev->dev_ == scanner)
-            reload_device(*dev);
+            devices.emplace_back(*dev);
+    for (const opened_device &device : devices)
+        reload_device(device);
 }
 
-void kx_sane_middleware::reload_device(_dev_inst &dev)
+void kx_sane_middleware::reload_device(const opened_device &device)
 {
-    retire_options(dev);
-    free_device_inst(&dev, false);
+    _dev_inst *dev = device.record();
+    if (dev == nullptr)
+        return;
+    retire_options(*dev);
+    free_device_inst(dev, false);
 
-    const int count = described_options(dev.dev_);
-    dev.opts_.reserve(static_cast<std::size_t>(count));
-    dev.cur_vals_.reserve(static_cast<std::size_t>(count));
-    void *const sane_handle = scanner_handle_to_sane(dev.dev_);
+    const int count = described_options(device.scanner());
+    dev = device.record();
+    if (dev == nullptr)
+        return;
+    dev->opts_.reserve(static_cast<std::size_t>(count));
+    dev->cur_vals_.reserve(static_cast<std::size_t>(count));
+    describe_options(device, count);
+    decide_slaves(device);
+    dev = device.record();
+    if (dev == nullptr)
+        return;
+    tidy_retired(*dev);
+    dev->slaves_.shrink_to_fit();
+    dev->masters_.shrink_to_fit();
+}
+
+void kx_sane_middleware::describe_options(const opened_device &device, int count)
+{
+    void *const sane_handle = scanner_handle_to_sane(device.scanner());
     fetch_buffer buffer;
-    for (int number = 1; number < count; ++number)
+    for (int number = 1; number < count && !device.was_closed(); ++number)
         get_option_descriptor(sane_handle, option_key::from_number(number), &buffer.text, &buffer.size);
+}
 
-    for (std::size_t i = 0; i < dev.slaves_.size(); ++i) {
-        // a look-up may register an option and grow the list
-        const std::string name = dev.slaves_[i].name;
+// By index: a look-up may register an option, which lets the list grow, or reload them all.
+void kx_sane_middleware::decide_slaves(const opened_device &device)
+{
+    void *const sane_handle = scanner_handle_to_sane(device.scanner());
+    _dev_inst *dev = device.record();
+    for (std::size_t i = 0; dev != nullptr && i < dev->slaves_.size(); ++i) {
+        const std::string name = dev->slaves_[i].name;
         auto *const desc = get_option_descriptor(sane_handle, name.c_str(), nullptr, nullptr);
-        set_status_by_depends(dev.dev_, dev.slaves_[i], dev.cur_vals_, desc);
+        dev = device.record();
+        if (dev != nullptr && i < dev->slaves_.size() && dev->slaves_[i].name == name)
+            set_status_by_depends(dev->dev_, dev->slaves_[i], dev->cur_vals_, desc);
     }
-    tidy_retired(dev);
-    dev.slaves_.shrink_to_fit();
-    dev.masters_.shrink_to_fit();
 }
 
 void kx_sane_middleware::set_status_by_depends(void *scanner, _slave_option &slave, std::vector<_cur_val> &cur_vals,

@@ -10,6 +10,7 @@
 #include "langkit.h"
 
 #include <cstdio>
+#include <utility>
 
 static std::string g_sane_path;
 static std::string g_sane_name = "pelsane";
@@ -27,6 +28,21 @@ struct log_manager {
         g_hLog = nullptr;
     }
 };
+
+// A call after exit makes an object again, which nobody ends: its callback, notice and signal handler must not outlive
+// the library. Where the application never called exit, the driver is left alone, as other threads may be in it.
+struct leftover_clearing {
+    ~leftover_clearing() { kx_sane_middleware::clear_leftover(); }
+};
+
+// Whatever the work throws ends here.
+template <typename Work> void quietly(Work work)
+{
+    guarded(0, 0, [&] {
+        work();
+        return 0;
+    });
+}
 
 constexpr char banner_rule[] = "=========================================================================";
 
@@ -47,29 +63,57 @@ std::string folder_of_module(const std::string &module)
 } // namespace
 
 static log_manager g_logMgr;
+static leftover_clearing g_leftover; // ended first, while there is a log
 
-kx_sane_middleware *kx_sane_middleware::inst_ = nullptr;
+std::atomic<kx_sane_middleware *> kx_sane_middleware::inst_{nullptr};
+bool kx_sane_middleware::is_leftover_ = false;
 
 // The object is in place before the driver starts, since an event of the driver's may already call back in.
 kx_sane_middleware *kx_sane_middleware::instance()
 {
-    if (inst_ == nullptr) {
-        inst_ = new kx_sane_middleware;
+    if (!exists()) {
+        auto *const object = new kx_sane_middleware;
+        const auto serial = object->serial_;
+        inst_ = object;
         try {
-            inst_->start_driver();
+            object->start_driver();
         } catch (...) {
-            clear();
+            if (is_current(serial))
+                clear();
             throw;
         }
     }
     return inst_;
 }
 
+bool kx_sane_middleware::is_current(std::uint64_t serial)
+{
+    const kx_sane_middleware *const object = inst_;
+    return object != nullptr && object->serial_ == serial;
+}
+
 void kx_sane_middleware::clear()
 {
+    struct removal {
+        void operator()(kx_sane_middleware *object) const
+        {
+            inst_ = nullptr; // a cancel that comes now finds no object, not one that is going
+            delete object;
+        }
+    };
     local_utility::stop_work();
-    delete inst_;
-    inst_ = nullptr;
+    is_leftover_ = true;
+    kx_sane_middleware *const object = inst_;
+    if (object == nullptr || std::exchange(object->is_ending_, true))
+        return;
+    const std::unique_ptr<kx_sane_middleware, removal> ended(object);
+    object->stop_driver();
+}
+
+void kx_sane_middleware::clear_leftover()
+{
+    if (is_leftover_)
+        quietly(clear);
 }
 
 bool kx_sane_middleware::is_ready()
@@ -89,23 +133,26 @@ std::string kx_sane_middleware::sane_path()
 
 void kx_sane_middleware::language_changed(int, void *)
 {
-    guarded(0, 0, [] {
-        instance()->reload_options(nullptr);
-        return 0;
-    });
+    if (kx_sane_middleware *const object = inst_)
+        quietly([object] { object->reload_options(nullptr); });
 }
 
-kx_sane_middleware::kx_sane_middleware()
+static std::uint64_t next_object_serial()
 {
-    constexpr std::size_t expected_devices =
-        16; // so that a cancel from a signal handler hardly ever meets a growing list
-    openning_dev_.reserve(expected_devices);
+    static std::uint64_t last = 0;
+    return ++last;
+}
+
+kx_sane_middleware::kx_sane_middleware() : serial_(next_object_serial())
+{
     sigaction(SIGUSR1, nullptr, &earlier_handler_);
 }
 
-// Results are not checked: a driver that does not start answers for itself in the calls that follow.
+// Results are not checked: a driver that does not start answers for itself in the calls that follow. A frontend that
+// exits within an event of these calls has stopped the driver: nothing more is registered then.
 void kx_sane_middleware::start_driver()
 {
+    const auto serial = serial_;
     InfoLog(g_hLog, banner_rule);
     InfoLog(g_hLog, banner_rule);
     ready_ = true;
@@ -114,20 +161,24 @@ void kx_sane_middleware::start_driver()
     std::snprintf(version, sizeof(version), "%u.%u.%u", version_major, version_minor, version_build);
     std::signal(SIGUSR1, device_pnp);
     kx_scanner_set_sane_info(g_sane_name.c_str(), version);
+    if (!is_current(serial))
+        return;
     kx_scanner_initialize(local_utility::ui_cb, nullptr);
+    if (!is_current(serial))
+        return;
     register_language_changed_notify(language_changed, 1, nullptr);
     g_sane_path = folder_of_module(g_sane_name + ".so");
 }
 
-kx_sane_middleware::~kx_sane_middleware()
+// Each call for itself: a driver that throws in one of them is still told of the others.
+void kx_sane_middleware::stop_driver()
 {
-    register_language_changed_notify(language_changed, 0, nullptr);
-    for (auto &dev : openning_dev_) {
-        kx_scanner_close(dev->dev_, 1);
-        free_device_inst(dev.release(), true);
+    quietly([] { register_language_changed_notify(language_changed, 0, nullptr); });
+    while (!openning_dev_.empty()) {
+        const auto dev = take_record(openning_dev_.begin());
+        quietly([&dev] { kx_scanner_close(dev->dev_, 1); });
     }
-    kx_scanner_uninitialize();
-    local_utility::free_memory(mem_);
+    quietly([] { kx_scanner_uninitialize(); });
 
     // A notice after the library is gone must not jump into nothing; a handler that came later stays.
     struct sigaction now = {};

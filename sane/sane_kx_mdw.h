@@ -5,6 +5,9 @@
 // Conventions. `handle` or `sane_handle` is the frontend's handle of a device, `scanner` the driver's. An option is
 // selected by a key (option_key.h). Functions that answer an int answer a SANE status unless "driver code" is said.
 // One thread at a time, except where a section says otherwise; nothing is locked.
+//
+// A call into the driver may come back with any entry point, exit included. What was looked up before it is looked up
+// again after it, through an opened_device; while that has a record, this object is there as well.
 #ifndef PELSANE_SANE_KX_MDW_H
 #define PELSANE_SANE_KX_MDW_H
 
@@ -36,11 +39,20 @@ class kx_sane_middleware {
 public:
     // ===== load, start, stop: sane_kx_mdw.cpp =====
 
-    // The object, created by the first call, which starts the driver.
+    // The object, created by the first call, which starts the driver. Null when the frontend exits within an event of
+    // that start.
     [[gnu::visibility("default")]] static kx_sane_middleware *instance();
 
-    // Stops event delivery, closes every device, shuts the driver down. A following instance() starts anew.
+    // Whether there is an object. Safe anywhere, signal handlers included.
+    static bool exists() { return inst_.load() != nullptr; }
+
+    // Stops event delivery, closes every device, shuts the driver down. A following instance() starts anew. Whatever
+    // the driver throws ends here.
     [[gnu::visibility("default")]] static void clear();
+
+    // The same when the library is unloaded, for an object that was only made after clear() and without init.
+    static void clear_leftover();
+    static void keep_until_clear() { is_leftover_ = false; } // init was called
 
     [[gnu::visibility("default")]] bool is_ready();
     [[gnu::visibility("default")]] static void set_callback(sane_event_callback callback, void *parameter);
@@ -48,13 +60,14 @@ public:
     // The folder of the backend's library with a trailing '/'; empty when unknown.
     [[gnu::visibility("default")]] static std::string sane_path();
 
-    // Notice of the language library, on whatever thread it comes: reloads the options of all opened devices.
+    // Notice of the language library, on whatever thread it comes: reloads the options of all opened devices. Nothing
+    // without an object.
     [[gnu::visibility("default")]] static void language_changed(int, void *);
 
     // Handler of SIGUSR1, the device-change notice; it only logs (status_codes.cpp, with the driver's events).
     static void device_pnp(int signal);
 
-    ~kx_sane_middleware();
+    ~kx_sane_middleware() = default;
     kx_sane_middleware(const kx_sane_middleware &) = delete;
     kx_sane_middleware &operator=(const kx_sane_middleware &) = delete;
 
@@ -95,6 +108,10 @@ public:
     device_list::iterator find_openning_device_in_que(void *scanner);
     device_list::iterator find_openning_device_in_que(const char *name);
 
+    // The record of a driver's handle, or with a serial number, in the object that there is now; null for none.
+    static _dev_inst *find_record(void *scanner);
+    static _dev_inst *find_record(std::uint64_t serial);
+
     // The driver's handle, null when the device is not open. `remove` takes the record out of the list: *record_out is
     // then the caller's, or without record_out the record is freed.
     void *find_openning_device(void *sane_handle, bool remove, _dev_inst **record_out);
@@ -108,14 +125,12 @@ public:
     int get_image_parameters_ex(void *handle, SANE_Image *p);
     int start(void *handle, void *event);
 
-    // The driver's handle, null when the device is not open; remembered for the reads that follow.
-    void *device_to_read(void *sane_handle);
-
     // *length in: room in data; out: the count that the driver delivered, whatever it answers.
-    int read(void *handle, void *data, int *length);
+    static int read(void *handle, void *data, int *length);
 
-    // Called from signal handlers and other threads: allocates, locks and changes nothing.
-    int stop(void *handle);
+    // Called from signal handlers and other threads, at any instruction of any other call: allocates, locks and changes
+    // nothing, and needs no object.
+    static int stop(void *handle);
 
     int io_control(void *handle, unsigned long code, void *data, unsigned int *length);
 
@@ -244,6 +259,17 @@ public:
 private:
     kx_sane_middleware();
     void start_driver();
+    void stop_driver();
+
+    // Whether the object with a serial number is still the one that there is. Asked after calls into the driver, which
+    // may have come back with an exit.
+    static bool is_current(std::uint64_t serial);
+
+    // opened_devices.cpp
+    template <typename Matches> static _dev_inst *record_where(Matches matches);
+    std::unique_ptr<_dev_inst> take_record(device_list::iterator place);
+    _dev_inst *add_record(void *scanner, const char *name);
+    static int add_well_known_options(const opened_device &device);
 
     // descriptor.cpp
     void register_dependencies(void *scanner, const SANE_Option_Descriptor &desc, const std::string &name,
@@ -253,10 +279,18 @@ private:
     SANE_Option_Descriptor *option_count_descriptor();
     SANE_Option_Descriptor *register_option(_dev_inst &dev, int option_no, std::string name, json &description,
                                             descriptor_ptr desc);
-    void reload_device(_dev_inst &dev);
+    SANE_Option_Descriptor *fetch_descriptor(const opened_device &device, const void *option, char **buf, long *size);
+    void reload_device(const opened_device &device);
+    void describe_options(const opened_device &device, int count);
+    void decide_slaves(const opened_device &device);
+
+    // current_value.cpp
+    int told_size(void *scanner, const void *option);
+    bool read_value(const opened_device &device, const void *option, int told_size, value_setter setter, void *param,
+                    SANE_Value_Type *type);
 
     // default_value.cpp
-    local_utility::memory_ptr<void> get_well_known_default(void *scanner, const void *option);
+    local_utility::memory_ptr<void> get_well_known_default(const opened_device &device, const void *option);
 
     // depend_propagation.cpp
     bool redecide(_dev_inst &dev, _slave_option &slave);
@@ -265,27 +299,30 @@ private:
     struct request;
     struct write_request;
     static int access_driver_log(void *handle, int action, void *value);
+    int keep_off_lists(request &call, int action);
     int read_option(const request &call, int *info);
     int read_default(const request &call);
     int read_fixed_id(const request &call);
     int write_option(write_request &call, int *info);
     int take_default(write_request &call);
-    static int take_copy(write_request &call, const void *value, std::size_t bytes);
-    static int provide_value(write_request &call);
+    int provide_value(write_request &call);
     static int write_well_known_option(write_request &call); // driver code
     static int write_driver_option(write_request &call);     // driver code
     static std::string text_after_write(const write_request &call);
     static int write_information_item(const request &call);
     int conclude(const write_request &call, int code, int *info);
+    int follow_up(const write_request &call, int code);
     void reload_after(const write_request &call);
 
-    SANE_Option_Descriptor *mem_ = nullptr; // of option 0
+    local_utility::memory_ptr<SANE_Option_Descriptor> mem_; // of option 0
     bool ready_ = false;
-    device_list openning_dev_;               // in the order of opening
-    std::atomic<void *> read_last_{nullptr}; // the driver's handle of an open device
+    device_list openning_dev_; // in the order of opening
+    bool is_ending_ = false;
+    const std::uint64_t serial_; // of all objects that the process ever had
     struct sigaction earlier_handler_ = {};
 
-    static kx_sane_middleware *inst_;
+    static std::atomic<kx_sane_middleware *> inst_;
+    static bool is_leftover_;
     static local_utility::memory_ptr<SANE_Device *> dev_list_; // the block handed out last
 };
 

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Scanning is the driver's: each function finds the device, makes one driver call and translates the answer. Image
-// data, its end and its count pass through as they are, and the backend keeps no state of its own, so that cancel can
-// come at any time from anywhere. Tested by tests/sane/scanning_test.cpp.
+// Scanning is the driver's: each function finds the device, makes one driver call and translates the result. Image
+// data, its end and its count pass through as they are, and the state of a job is kept by the driver alone. Read and
+// cancel ask for no more than whether the driver's handle is open, since a page is read in many small pieces, and a
+// cancel may come at any instruction of any other call. Tested by tests/sane/scanning_test.cpp.
 #include "commonlog.h"
+#include "open_scanners.h"
 #include "sane_kx_mdw.h"
+
+#include <cerrno>
 
 static_assert(sizeof(SANE_Parameters) == 24 && sizeof(SANE_Image) == 48, "the driver tells the records by their size");
 
@@ -37,22 +41,11 @@ int kx_sane_middleware::start(void *handle, void *event)
     return scanner_err_2_sane_statu(kx_scanner_start(scanner, event, no_timeout));
 }
 
-// A page is read in many small pieces, one after the other.
-void *kx_sane_middleware::device_to_read(void *sane_handle)
-{
-    void *const scanner = sane_handle_to_scanner(sane_handle);
-    if (scanner == read_last_.load(std::memory_order_relaxed))
-        return scanner;
-    void *const found = find_openning_device(sane_handle, false, nullptr);
-    read_last_.store(found, std::memory_order_relaxed);
-    return found;
-}
-
 int kx_sane_middleware::read(void *handle, void *data, int *length)
 {
     long count = *length;
-    void *const scanner = device_to_read(handle);
-    if (scanner == nullptr)
+    void *const scanner = sane_handle_to_scanner(handle);
+    if (!open_scanners::contains(scanner))
         return scanner_err_2_sane_statu(SCANNER_ERR_INVALID_PARAMETER);
     const int code = kx_scanner_read_img_data(scanner, data, &count);
     *length = static_cast<int>(count);
@@ -61,23 +54,25 @@ int kx_sane_middleware::read(void *handle, void *data, int *length)
 
 int kx_sane_middleware::stop(void *handle)
 {
+    const int interrupted_errno = errno;
     InfoLog(g_hLog, "[ sane_cancel ]");
-    void *const scanner = find_openning_device(handle, false, nullptr);
-    if (scanner != nullptr)
+    void *const scanner = sane_handle_to_scanner(handle);
+    if (open_scanners::contains(scanner))
         kx_scanner_stop(scanner);
+    errno = interrupted_errno;
     return SANE_STATUS_GOOD;
 }
 
 int kx_sane_middleware::io_control(void *handle, unsigned long code, void *data, unsigned int *length)
 {
     void *const scanner = find_openning_device(handle, false, nullptr);
-    const int answer = kx_scanner_control(scanner, code, data, length);
-    if (answer == SCANNER_ERR_CONFIGURATION_CHANGED) {
+    const opened_device device(scanner);
+    const int result = kx_scanner_control(scanner, code, data, length);
+    if (result == SCANNER_ERR_CONFIGURATION_CHANGED) {
         DebugLog(g_hLog, "the setting '0x%08x' affects other options value, RELOAD ...",
                  static_cast<unsigned int>(code));
-        _dev_inst *dev = nullptr; // looked up now: an event during the call may have closed the device
-        if (find_openning_device(handle, false, &dev) != nullptr)
+        if (_dev_inst *const dev = device.record())
             on_SCANNER_ERR_CONFIGURATION_CHANGED(dev);
     }
-    return scanner_err_2_sane_statu(answer);
+    return scanner_err_2_sane_statu(result);
 }

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <utility>
 
 namespace {
 
@@ -33,6 +35,39 @@ bool needs_a_buffer(int action)
     return action == SANE_ACTION_GET_VALUE || action == SANE_ACTION_GET_DEFAULT || action == SANE_ACTION_GET_FIXED_ID;
 }
 
+bool is_write(int action)
+{
+    return action == SANE_ACTION_SET_VALUE || action == SANE_ACTION_SET_AUTO;
+}
+
+// Where a descriptor's own list of values lies in memory; empty for an option without one.
+std::pair<const char *, const char *> list_of(const SANE_Option_Descriptor &desc)
+{
+    const auto &list = desc.constraint;
+    if (desc.constraint_type == SANE_CONSTRAINT_RANGE)
+        return {reinterpret_cast<const char *>(list.range), reinterpret_cast<const char *>(list.range + 1)};
+    if (desc.constraint_type == SANE_CONSTRAINT_WORD_LIST)
+        return {reinterpret_cast<const char *>(list.word_list),
+                reinterpret_cast<const char *>(list.word_list + list.word_list[0] + 1)};
+    if (desc.constraint_type != SANE_CONSTRAINT_STRING_LIST)
+        return {nullptr, nullptr};
+    const auto *last = list.string_list; // pointers and texts are one block, in the same order
+    while (*(last + 1) != nullptr)
+        ++last;
+    return {reinterpret_cast<const char *>(list.string_list), *last + std::strlen(*last) + 1};
+}
+
+// How many bytes of a value that points into the descriptor's own list belong to it; 0 when it points elsewhere.
+std::size_t bytes_within_list(const SANE_Option_Descriptor &desc, const void *value)
+{
+    const auto *const text = static_cast<const char *>(value);
+    const auto [begin, end] = list_of(desc);
+    if (std::less<>()(text, begin) || !std::less<>()(text, end))
+        return 0;
+    const auto left = static_cast<std::size_t>(end - text);
+    return desc.type == SANE_TYPE_STRING ? strnlen(text, left - 1) + 1 : left;
+}
+
 long information_item_length(int id)
 {
     int length = 0;
@@ -48,23 +83,37 @@ void store_info(int *info, int flags)
 
 } // namespace
 
+// What a call goes on with after each call into the driver.
 struct kx_sane_middleware::request {
-    void *sane_handle = nullptr;
-    void *scanner = nullptr;
-    _dev_inst *dev = nullptr;
-    const void *option = nullptr;
-    void *value = nullptr;
+    void *sane_handle;
+    opened_device device;
+    const void *option;
+    void *value;
+    int told_size;                               // of the value's buffer
+    local_utility::memory_ptr<void> own_value{}; // stands in for the caller's
 
     [[nodiscard]] int shown_option() const { return option_key::number_of(option); }
-    [[nodiscard]] bool has_mapper() const { return dev->std_opts_ != nullptr; }
+
+    // A copy of a value, with all the room that the driver is told of and a NUL behind it, becomes the value to be set.
+    [[nodiscard]] int take_copy(const void *source, std::size_t bytes, int size)
+    {
+        const std::size_t room = std::max(bytes, static_cast<std::size_t>(std::max(size, 0))) + 4;
+        auto copy = local_utility::acquire<void>(room, "kx_sane_middleware::set_option");
+        if (copy == nullptr)
+            return SANE_STATUS_NO_MEM;
+        std::memcpy(copy.get(), source, bytes);
+        own_value = std::move(copy);
+        value = own_value.get();
+        return SANE_STATUS_GOOD;
+    }
 };
 
 struct kx_sane_middleware::write_request : request {
-    write_request(const request &call, bool is_automatic) : request(call), automatic(is_automatic) {}
+    write_request(request &&call, bool is_automatic) : request(std::move(call)), automatic(is_automatic) {}
 
     bool automatic;
     bool well_known = false;
-    const SANE_Option_Descriptor *stored = nullptr;
+    bool is_stored = false;
     int number = -1;
     SANE_Value_Type type = SANE_TYPE_BUTTON;
     int size = 0;
@@ -72,19 +121,6 @@ struct kx_sane_middleware::write_request : request {
     std::string title;
     std::string before;
     std::string after;
-    local_utility::memory_ptr<void> own_value; // stands in for the caller's
-
-    // Whether the value is one of the texts that the descriptor lists: a driver must not adjust it in place, and it
-    // goes away when the write changes the language.
-    [[nodiscard]] bool is_value_listed() const
-    {
-        if (stored == nullptr || stored->constraint_type != SANE_CONSTRAINT_STRING_LIST)
-            return false;
-        const auto *text = stored->constraint.string_list;
-        while (*text != nullptr && *text != value)
-            ++text;
-        return *text != nullptr;
-    }
 
     void log_values() const
     {
@@ -104,12 +140,17 @@ int kx_sane_middleware::set_option(void *handle, const void *option, int action,
     }
     if (is_driver_log(option))
         return access_driver_log(handle, action, value);
-    request call{handle, nullptr, nullptr, option, value};
-    call.scanner = find_openning_device(handle, false, &call.dev);
-    if (call.scanner == nullptr || (value == nullptr && needs_a_buffer(action)))
+    void *const scanner = find_openning_device(handle, false, nullptr);
+    if (scanner == nullptr || (value == nullptr && needs_a_buffer(action)))
         return SANE_STATUS_INVAL;
-    if (kx_scanner_get_status(call.scanner, 0) == SCANNER_ERR_DEVICE_NOT_FOUND)
+    request call{handle, opened_device(scanner), option, value, told_size(scanner, option)};
+    if (is_write(action))
+        if (const int status = keep_off_lists(call, action); status != SANE_STATUS_GOOD)
+            return status;
+    if (kx_scanner_get_status(scanner, 0) == SCANNER_ERR_DEVICE_NOT_FOUND)
         return local_utility::scanner_err_2_sane_statu(SCANNER_ERR_DEVICE_NOT_FOUND);
+    if (call.device.was_closed())
+        return SANE_STATUS_INVAL;
 
     switch (action) {
     case SANE_ACTION_GET_VALUE:
@@ -120,12 +161,27 @@ int kx_sane_middleware::set_option(void *handle, const void *option, int action,
         return read_fixed_id(call);
     case SANE_ACTION_SET_VALUE:
     case SANE_ACTION_SET_AUTO: {
-        write_request write(call, action == SANE_ACTION_SET_AUTO);
+        write_request write(std::move(call), action == SANE_ACTION_SET_AUTO);
         return write_option(write, info);
     }
     default:
         return SANE_STATUS_INVAL;
     }
+}
+
+// A value that is part of the descriptor's own list is read now, since what the driver does may replace the list, and
+// is written neither by the driver nor with a default.
+int kx_sane_middleware::keep_off_lists(request &call, int action)
+{
+    const auto *const stored = find_stored_descriptor(call.device.scanner(), call.option, nullptr, nullptr);
+    const std::size_t bytes = stored != nullptr ? bytes_within_list(*stored, call.value) : 0;
+    if (bytes == 0)
+        return SANE_STATUS_GOOD;
+    if (action == SANE_ACTION_SET_AUTO) {
+        call.value = nullptr;
+        return SANE_STATUS_GOOD;
+    }
+    return call.take_copy(call.value, bytes, stored->size);
 }
 
 // The driver's log is reachable without an opened device: the handle goes to the driver as the frontend passed it.
@@ -143,33 +199,37 @@ int kx_sane_middleware::access_driver_log(void *handle, int action, void *value)
 int kx_sane_middleware::read_option(const request &call, int *info)
 {
     constexpr int unresolved = -1; // reads do not resolve the option's number for the mapper
+    void *const scanner = call.device.scanner();
     store_info(info, 0);
     if (call.option == nullptr) {
-        const int count = static_cast<int>(option_count(call.scanner));
+        const int count = static_cast<int>(option_count(scanner));
         local_utility::store_word(call.value, count);
         InfoLog(g_hLog, "get option count = %d.", count);
         return SANE_STATUS_GOOD;
     }
-    const auto *stored = find_stored_descriptor(call.scanner, call.option, nullptr, nullptr);
+    const auto *stored = find_stored_descriptor(scanner, call.option, nullptr, nullptr);
     if (stored != nullptr && has_no_value(stored->type))
         return SANE_STATUS_UNSUPPORTED;
-    if (call.has_mapper() && call.dev->std_opts_->is_known_option(unresolved, nullptr)) {
-        call.dev->std_opts_->get_value(call.sane_handle, unresolved, call.value);
+    const auto &mapper = call.device.record()->std_opts_;
+    if (mapper != nullptr && mapper->is_known_option(unresolved, nullptr)) {
+        mapper->get_value(call.sane_handle, unresolved, call.value);
         return SANE_STATUS_GOOD;
     }
-    const bool delivered = get_current_value(call.scanner, call.option, set_value_to_var, call.value, nullptr);
-    return delivered ? SANE_STATUS_GOOD : SANE_STATUS_IO_ERROR;
+    if (read_value(call.device, call.option, call.told_size, set_value_to_var, call.value, nullptr))
+        return SANE_STATUS_GOOD;
+    return call.device.was_closed() ? SANE_STATUS_INVAL : SANE_STATUS_IO_ERROR;
 }
 
 int kx_sane_middleware::read_default(const request &call)
 {
-    const auto *stored = find_stored_descriptor(call.scanner, call.option, nullptr, nullptr);
+    void *const scanner = call.device.scanner();
+    const auto *stored = find_stored_descriptor(scanner, call.option, nullptr, nullptr);
     if (stored != nullptr && has_no_value(stored->type))
         return SANE_STATUS_UNSUPPORTED;
     int bytes = 0;
-    const auto block = get_default_value(call.scanner, call.option, &bytes, false, nullptr);
+    const auto block = get_default_value(scanner, call.option, &bytes, false, nullptr);
     if (block == nullptr)
-        return SANE_STATUS_UNSUPPORTED;
+        return call.device.was_closed() ? SANE_STATUS_INVAL : SANE_STATUS_UNSUPPORTED;
     std::memcpy(call.value, block.get(), static_cast<std::size_t>(bytes));
     return SANE_STATUS_GOOD;
 }
@@ -177,7 +237,7 @@ int kx_sane_middleware::read_default(const request &call)
 int kx_sane_middleware::read_fixed_id(const request &call)
 {
     int fix_id = 0;
-    find_stored_descriptor(call.scanner, call.option, nullptr, &fix_id);
+    find_stored_descriptor(call.device.scanner(), call.option, nullptr, &fix_id);
     if (fix_id <= SANE_OPTION_ID_BASE)
         return SANE_STATUS_UNSUPPORTED;
     local_utility::store_word(call.value, fix_id);
@@ -186,20 +246,22 @@ int kx_sane_middleware::read_fixed_id(const request &call)
 
 int kx_sane_middleware::write_option(write_request &call, int *info)
 {
-    call.stored = find_stored_descriptor(call.scanner, call.option, &call.number, nullptr);
-    if (call.stored != nullptr) {
-        call.name = call.stored->name;
-        call.title = call.stored->title;
-        call.type = call.stored->type;
-        call.size = call.stored->size;
+    const auto *const stored = find_stored_descriptor(call.device.scanner(), call.option, &call.number, nullptr);
+    call.is_stored = stored != nullptr;
+    if (call.is_stored) {
+        call.name = stored->name;
+        call.title = stored->title;
+        call.type = stored->type;
+        call.size = stored->size;
         if (call.automatic && !has_no_value(call.type))
             if (const int status = take_default(call); status != SANE_STATUS_GOOD)
                 return status;
     } else if (!option_key::is_name(call.option)) {
         call.number = call.shown_option();
     }
-    call.well_known = call.has_mapper() && call.dev->std_opts_->is_known_option(call.number, nullptr);
-    if (!call.well_known && call.stored == nullptr)
+    const auto &mapper = call.device.record()->std_opts_;
+    call.well_known = mapper != nullptr && mapper->is_known_option(call.number, nullptr);
+    if (!call.well_known && !call.is_stored)
         return write_information_item(call);
     if (const int status = provide_value(call); status != SANE_STATUS_GOOD)
         return status;
@@ -213,34 +275,24 @@ int kx_sane_middleware::take_default(write_request &call)
 {
     WarnLog(g_hLog, "Option %d(%s) call SANE_ACTION_SET_AUTO, we set default value.", call.shown_option(),
             call.title.c_str());
-    int bytes = 0;
+    int bytes = 0; // stays so for a default of the mapper's, which is a word
     bool can_auto = true;
-    const auto block = get_default_value(call.scanner, call.option, &bytes, false, &can_auto);
+    const auto block = get_default_value(call.device.scanner(), call.option, &bytes, false, &can_auto);
+    if (call.device.was_closed())
+        return SANE_STATUS_INVAL;
     if (block == nullptr || !can_auto)
         return SANE_STATUS_UNSUPPORTED;
     if (call.value == nullptr)
-        return take_copy(call, block.get(), static_cast<std::size_t>(bytes));
+        return call.take_copy(block.get(), bytes > 0 ? static_cast<std::size_t>(bytes) : sizeof(SANE_Word), call.size);
     std::memcpy(call.value, block.get(), static_cast<std::size_t>(bytes));
     return SANE_STATUS_GOOD;
 }
 
-// A copy of a value, with all the room that the driver is told of and a NUL behind it, becomes the value to be set.
-int kx_sane_middleware::take_copy(write_request &call, const void *value, std::size_t bytes)
-{
-    const std::size_t room = std::max(bytes, static_cast<std::size_t>(std::max(call.size, 0))) + 4;
-    call.own_value = local_utility::acquire<void>(room, "kx_sane_middleware::set_option");
-    if (call.own_value == nullptr)
-        return SANE_STATUS_NO_MEM;
-    std::memcpy(call.own_value.get(), value, bytes);
-    call.value = call.own_value.get();
-    return SANE_STATUS_GOOD;
-}
-
-// Settles what is written when the caller gives no value, or one that cannot be lent to the driver.
+// Settles what is written when there is no value so far.
 int kx_sane_middleware::provide_value(write_request &call)
 {
     if (call.well_known && call.automatic && call.value == nullptr) {
-        call.own_value = call.dev->std_opts_->get_default_value(call.scanner, call.number);
+        call.own_value = call.device.record()->std_opts_->get_default_value(call.device.scanner(), call.number);
         call.value = call.own_value.get();
         return call.value != nullptr ? SANE_STATUS_GOOD : SANE_STATUS_NO_MEM;
     }
@@ -248,21 +300,19 @@ int kx_sane_middleware::provide_value(write_request &call)
         WarnLog(g_hLog, "Option descriptor %d(%s) need a value!.", call.shown_option(), call.title.c_str());
         return SANE_STATUS_INVAL;
     }
-    if (call.is_value_listed())
-        return take_copy(call, call.value, std::strlen(static_cast<const char *>(call.value)) + 1);
     return SANE_STATUS_GOOD;
 }
 
 int kx_sane_middleware::write_well_known_option(write_request &call)
 {
-    sane_std_opts &mapper = *call.dev->std_opts_;
+    sane_std_opts &mapper = *call.device.record()->std_opts_;
     const SANE_Value_Type type = mapper.get_option(call.number)->type;
     call.before = option_value_2_string(type, call.value);
     SANE_Byte raw[4] = {};
     std::memcpy(raw, call.value, sizeof(raw));
     DebugLog(g_hLog, "$First 4-bytes of origin value for option %d is: %02X%02X%02X%02X", call.shown_option(), raw[0],
              raw[1], raw[2], raw[3]);
-    const int code = mapper.set_value(call.scanner, call.number, call.value);
+    const int code = mapper.set_value(call.device.scanner(), call.number, call.value);
     call.after = option_value_2_string(type, call.value);
     return code;
 }
@@ -270,7 +320,7 @@ int kx_sane_middleware::write_well_known_option(write_request &call)
 int kx_sane_middleware::write_driver_option(write_request &call)
 {
     const auto write = [&call](void *data, long length) {
-        return kx_scanner_set_parameter(call.scanner, call.option, data, &length);
+        return kx_scanner_set_parameter(call.device.scanner(), call.option, data, &length);
     };
     int code = SCANNER_ERR_OK;
     call.before = option_value_2_string(call.type, call.value);
@@ -309,49 +359,50 @@ int kx_sane_middleware::write_information_item(const request &call)
     }
     long length = size;
     return local_utility::scanner_err_2_sane_statu(
-        kx_scanner_set_parameter(call.scanner, name.c_str(), call.value, &length));
+        kx_scanner_set_parameter(call.device.scanner(), name.c_str(), call.value, &length));
 }
 
-// The driver's answer to a write as status and info flags.
+// The driver's result of a write as status and info flags; no flags for a device that is not open any more.
 int kx_sane_middleware::conclude(const write_request &call, int code, int *info)
 {
+    const int flags = call.device.was_closed() ? 0 : follow_up(call, code);
+    store_info(info, call.device.was_closed() ? 0 : flags);
+    return local_utility::scanner_err_2_sane_statu(code);
+}
+
+// Brings up to date what a write has moved; returns the info flags.
+int kx_sane_middleware::follow_up(const write_request &call, int code)
+{
     const char *const title = call.title.c_str();
-    int flags = 0;
     switch (code) {
     case SCANNER_ERR_OK:
-        flags = something_after_do(call.dev, call.name.c_str(), call.after.c_str());
-        break;
+        return something_after_do(call.device.record(), call.name.c_str(), call.after.c_str());
     case SCANNER_ERR_NOT_EXACT:
-        flags = something_after_do(call.dev, call.name.c_str(), call.after.c_str()) | SANE_INFO_INEXACT;
-        break;
+        return something_after_do(call.device.record(), call.name.c_str(), call.after.c_str()) | SANE_INFO_INEXACT;
     case SCANNER_ERR_CONFIGURATION_CHANGED:
         DebugLog(g_hLog, "the setting '%s' affects other options value, RELOAD ...", title);
         reload_after(call);
-        flags = SANE_INFO_RELOAD_OPTIONS;
-        break;
+        return SANE_INFO_RELOAD_OPTIONS;
     case SCANNER_ERR_RELOAD_IMAGE_PARAM:
         DebugLog(g_hLog, "the setting '%s' affects image parameter, APP should re-get ...", title);
-        flags = SANE_INFO_RELOAD_PARAMS;
-        break;
+        return SANE_INFO_RELOAD_PARAMS;
     case SCANNER_ERR_RELOAD_OPT_PARAM:
         DebugLog(g_hLog,
                  "the setting '%s' affects image parameter and options, APP should re-get image info and reload "
                  "options...",
                  title);
         reload_after(call);
-        flags = SANE_INFO_RELOAD_OPTIONS | SANE_INFO_RELOAD_PARAMS;
-        break;
+        return SANE_INFO_RELOAD_OPTIONS | SANE_INFO_RELOAD_PARAMS;
     default:
-        break;
+        return 0;
     }
-    store_info(info, flags);
-    return local_utility::scanner_err_2_sane_statu(code);
 }
 
 // The language option is exempt: its change reloads the options of all devices through the language library's notice.
 void kx_sane_middleware::reload_after(const write_request &call)
 {
-    const auto language = call.dev->fixed_id_.find(SANE_OPTION_ID_LANGUAGE);
-    if (language == call.dev->fixed_id_.end() || language->second != call.number)
-        reload_options(call.scanner);
+    const auto &fixed_id = call.device.record()->fixed_id_;
+    const auto language = fixed_id.find(SANE_OPTION_ID_LANGUAGE);
+    if (language == fixed_id.end() || language->second != call.number)
+        reload_options(call.device.scanner());
 }

@@ -184,9 +184,10 @@ memory_ptr<void> sane_std_opts::get_default_value(void *, int known_id)
 std::unique_ptr<json> sane_std_opts::get_opt_json(void *scanner, int user_id)
 {
     const void *const option = option_key::from_number(user_id);
+    const opened_device device(scanner);
     long length = 0;
     if (kx_scanner_get_parameter(scanner, option, nullptr, &length, nullptr) != SCANNER_ERR_INSUFFICIENT_MEMORY ||
-        length < 0)
+        length < 0 || device.was_closed())
         return nullptr;
     const long room = length;
     const auto text = local_utility::acquire<char>(static_cast<std::size_t>(room) + 8, "sane_std_opts::get_opt_json");
@@ -216,35 +217,46 @@ memory_ptr<char> sane_std_opts::get_current_value(void *scanner, int user_id)
     return word ? word_block<char>(*word) : nullptr;
 }
 
+// What comes back from within a driver call may reload the options or close the device: nothing of this object is
+// looked at after one.
 int sane_std_opts::get_value(void *scanner, int known_id, void *value)
 {
-    if (const _opt_map *map = map_of(known_id))
-        if (const auto current = get_current_value(scanner, map->user_id))
-            to_known_opt_value(*map, current.get(), value);
+    const _opt_map *const map = map_of(known_id);
+    if (map == nullptr)
+        return SCANNER_ERR_INVALID_PARAMETER;
+    const bool is_duplex = stands_for_sides(*map);
+    const auto current = get_current_value(scanner, map->user_id);
+    if (current != nullptr && is_duplex)
+        to_known_opt_value(current.get(), value);
     return SCANNER_ERR_INVALID_PARAMETER;
 }
 
-void sane_std_opts::to_known_opt_value(const _opt_map &map, const char *text, void *value)
+bool sane_std_opts::stands_for_sides(const _opt_map &map)
 {
-    if (!is_named(*map.known_desc, "duplex"))
-        return;
+    return is_named(*map.known_desc, "duplex");
+}
+
+// A page size is not read back: the driver's paper says more than width and height do.
+void sane_std_opts::to_known_opt_value(const char *text, void *value)
+{
     local_utility::store_word(value, local_utility::translated_word(one_side) == text ? 0 : 1);
 }
 
 int sane_std_opts::set_value(void *scanner, int known_id, void *value)
 {
-    const _opt_map *found = map_of(known_id);
-    if (found == nullptr)
+    const _opt_map *const map = map_of(known_id);
+    if (map == nullptr)
         return SCANNER_ERR_INVALID_PARAMETER;
-    const _opt_map map = *found; // the driver may change the language inside the call, which reloads the options
+    const bool is_duplex = stands_for_sides(*map);
+    const int user_id = map->user_id;
     long length = 0;
-    const auto text = from_known_opt_value(map, value, &length);
+    const auto text = from_known_opt_value(*map, value, &length);
     if (text == nullptr)
         return SCANNER_ERR_INSUFFICIENT_MEMORY;
-    DebugLog(g_hLog, "%d->%d: %s", known_id, map.user_id, text.get());
-    const int code = kx_scanner_set_parameter(scanner, option_key::from_number(map.user_id), text.get(), &length);
-    if (code == SCANNER_ERR_NOT_EXACT)
-        to_known_opt_value(map, text.get(), value);
+    DebugLog(g_hLog, "%d->%d: %s", known_id, user_id, text.get());
+    const int code = kx_scanner_set_parameter(scanner, option_key::from_number(user_id), text.get(), &length);
+    if (code == SCANNER_ERR_NOT_EXACT && is_duplex)
+        to_known_opt_value(text.get(), value);
     return code;
 }
 
@@ -252,7 +264,7 @@ int sane_std_opts::set_value(void *scanner, int known_id, void *value)
 memory_ptr<char> sane_std_opts::from_known_opt_value(const _opt_map &map, const void *value, long *length)
 {
     std::string word;
-    if (is_named(*map.known_desc, "duplex")) {
+    if (stands_for_sides(map)) {
         word = local_utility::translated_word(local_utility::word_at(value) == 1 ? two_sides : one_side);
     } else {
         (is_named(*map.known_desc, "page-width") ? page_width_ : page_height_) = local_utility::word_at(value);

@@ -56,7 +56,8 @@ private:
     const _opt_map *map_of(int known_id);
     void add(const known_option &option, int user_id, SANE_Option_Descriptor *user_desc);
     SANE_Option_Descriptor *descriptor_of(const known_option &option);
-    static void to_known_opt_value(const _opt_map &map, const char *text, void *value);
+    static bool stands_for_sides(const _opt_map &map);
+    static void to_known_opt_value(const char *text, void *value);
     local_utility::memory_ptr<char> from_known_opt_value(const _opt_map &map, const void *value, long *length);
     std::string nearest_paper() const;
     static std::unique_ptr<json> get_opt_json(void *scanner, int user_id);

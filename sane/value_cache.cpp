@@ -47,19 +47,20 @@ void kx_sane_middleware::reload_current_value(void *scanner, std::vector<std::st
 {
     if (changed != nullptr)
         changed->clear();
-    const auto dev = find_openning_device_in_que(scanner);
-    if (dev == openning_dev_.end())
+    const opened_device device(scanner);
+    if (device.record() == nullptr)
         return;
     fetch_buffer buffer;
     const int count = described_options(scanner);
-    for (int number = 1; number < count; ++number) {
+    for (int number = 1; number < count && !device.was_closed(); ++number) {
         std::string name;
         std::string type;
         json option_json(
             get_option_json(scanner, option_key::from_number(number), &name, nullptr, &buffer.text, &buffer.size)
                 .c_str());
-        if (option_json.get_value("type", type) && refresh_current_value(dev->get(), name.c_str(), &option_json) &&
-            changed != nullptr)
+        _dev_inst *const dev = device.record();
+        if (dev != nullptr && option_json.get_value("type", type) &&
+            refresh_current_value(dev, name.c_str(), &option_json) && changed != nullptr)
             changed->push_back(name);
     }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The book of opened devices, looked at from inside.
+#include "open_scanners.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
@@ -170,27 +171,27 @@ TEST_F(device_records, removal_hands_the_record_over_and_keeps_the_order_of_the_
     EXPECT_EQ(nowhere(), middleware_->find_openning_device_in_que("second"));
 }
 
-TEST_F(device_records, device_that_was_read_is_found_after_another_is_closed)
+TEST_F(device_records, driver_handles_are_known_as_open_until_their_device_is_closed)
 {
     void *const first = open("first");
-    void *const second = open("second");
-    EXPECT_EQ(pointer(0x200000004), middleware_->device_to_read(second));
+    open("second");
+    EXPECT_TRUE(open_scanners::contains(pointer(0x100000002)));
+    EXPECT_TRUE(open_scanners::contains(pointer(0x200000004)));
     middleware_->close_device(first);
-    EXPECT_EQ(pointer(0x200000004), middleware_->device_to_read(second));
-    EXPECT_EQ(nullptr, middleware_->device_to_read(first));
-    middleware_->close_device(second);
-    EXPECT_EQ(nullptr, middleware_->device_to_read(second));
+    EXPECT_FALSE(open_scanners::contains(pointer(0x100000002)));
+    EXPECT_TRUE(open_scanners::contains(pointer(0x200000004)));
+    kx_sane_middleware::clear();
+    EXPECT_FALSE(open_scanners::contains(pointer(0x200000004)));
 }
 
 TEST_F(device_records, first_of_one_driver_handle_counts_after_the_entries_move_up)
 {
     void *const first = open("first");
-    void *const second = open("second");
+    open("second");
     open("third");
     const auto third = middleware_->find_openning_device_in_que("third");
     void *const own_handle = std::exchange((*third)->dev_, pointer(0x200000004));
     _dev_inst *const record = third->get();
-    middleware_->device_to_read(second);
     middleware_->close_device(first);
     EXPECT_EQ("second", (*middleware_->find_openning_device_in_que(pointer(0x200000004)))->name_);
     record->dev_ = own_handle;

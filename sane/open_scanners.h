@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// The driver's handles of the opened devices, for calls that may come at any instruction of another one.
+#ifndef PELSANE_OPEN_SCANNERS_H
+#define PELSANE_OPEN_SCANNERS_H
+
+// add and remove come from one thread at a time, contains from anywhere: other threads, signal handlers, and between
+// any two instructions of the other two.
+namespace open_scanners {
+
+void add(void *scanner); // throws std::bad_alloc, and nothing is added then
+void remove(void *scanner) noexcept;
+[[nodiscard]] bool contains(const void *scanner) noexcept; // never true for null
+
+} // namespace open_scanners
+
+#endif
