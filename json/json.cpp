@@ -6,10 +6,13 @@
 #include "json.h"
 
 #include "number_text.h"
+#include "radix_character.h"
 
 #include <cjson/cJSON.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -21,6 +24,11 @@ struct cjson_deleter {
     void operator()(void *block) const { cJSON_free(block); }
 };
 using cjson_text = std::unique_ptr<char, cjson_deleter>;
+
+cJSON *parsed(const char *text)
+{
+    return is_radix_character_long() ? cJSON_Parse(without_points(text).c_str()) : cJSON_Parse(text);
+}
 
 bool is(const cJSON *item, int type)
 {
@@ -62,6 +70,39 @@ template <typename Text> bool read_text(const cJSON *item, Text &v)
         return false;
     v = item->valuestring != nullptr ? item->valuestring : "";
     return true;
+}
+
+// Whether a number may print as another one: when it takes more than the 15 digits that are printed at first, and at
+// the values that printing has its own way with.
+bool may_print_differently(const cJSON &number)
+{
+    constexpr std::ptrdiff_t printed_digits = 15;
+    const double value = number.valuedouble;
+    if (value == number.valueint && !(value == 0 && std::signbit(value)))
+        return false;
+    if (!std::isfinite(value) || value == 0)
+        return true;
+    char text[32];
+    const char *const end =
+        std::to_chars(text, text + sizeof(text), std::fabs(value), std::chars_format::scientific).ptr;
+    const char *const exponent = std::find(text, const_cast<char *>(end), 'e');
+    return exponent - text > printed_digits + 1; // and the point
+}
+
+// Makes of each number below an item what it would be if the item were printed and parsed again.
+void read_as_printed(cJSON *item)
+{
+    if (is(item, cJSON_Number) && may_print_differently(*item)) {
+        json copy;
+        copy.attach_cjson(item);
+        if (const cJSON *const number = copy.find(nullptr)) {
+            item->type = number->type;
+            item->valueint = number->valueint;
+            item->valuedouble = number->valuedouble;
+        }
+    }
+    for (cJSON *child = item != nullptr ? item->child : nullptr; child != nullptr; child = child->next)
+        read_as_printed(child);
 }
 
 // Gives the item a new scalar type; a text that it held is released.
@@ -121,14 +162,14 @@ json::json(const char *text)
 bool json::attach_text(const char *text)
 {
     clear();
-    return text != nullptr && attach_tree(cJSON_Parse(text));
+    return text != nullptr && attach_tree(parsed(text));
 }
 
 bool json::attach_cjson(const cJSON *item)
 {
     const std::string printed = to_string(item); // before the document goes, of which the item may be a part
     clear();
-    return !printed.empty() && attach_tree(cJSON_Parse(printed.c_str()));
+    return !printed.empty() && attach_tree(parsed(printed.c_str()));
 }
 
 bool json::attach_tree(cJSON *tree)
@@ -209,9 +250,11 @@ std::unique_ptr<json> json::get_document(const char *path) const
     return document;
 }
 
-json json::part(const char *path) const
+json json::part(const char *path)
 {
-    return json(borrowed{find(path)});
+    cJSON *const item = find(path);
+    read_as_printed(item);
+    return json(borrowed{item});
 }
 
 bool json::get_value_as_string(const char *path, std::string &v, bool integer) const
@@ -248,7 +291,9 @@ std::string json::to_string(const cJSON *item)
     if (item == nullptr)
         return {};
     const cjson_text printed(cJSON_Print(item));
-    return printed != nullptr ? printed.get() : "";
+    if (printed == nullptr)
+        return {};
+    return is_radix_character_long() ? with_plain_points(printed.get()) : printed.get();
 }
 
 std::string json::key() const

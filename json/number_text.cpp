@@ -18,6 +18,15 @@ std::string number_to_text(double number)
 
 double text_to_number(const char *text)
 {
+    std::size_t unused = 0;
+    return text_to_number(text, unused);
+}
+
+double text_to_number(const char *text, std::size_t &length)
+{
     static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr); // a constant of the C library, never freed
-    return strtod_l(text, nullptr, c_locale);
+    char *end = nullptr;
+    const double number = strtod_l(text, &end, c_locale);
+    length = static_cast<std::size_t>(end - text);
+    return number;
 }

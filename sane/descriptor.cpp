@@ -177,7 +177,7 @@ descriptor_ptr kx_sane_middleware::from_json(void *scanner, const std::string &n
 }
 
 void kx_sane_middleware::register_dependencies(void *scanner, const SANE_Option_Descriptor &desc,
-                                               const std::string &name, const json &jsn)
+                                               const std::string &name, json &jsn)
 {
     json any_of = jsn.part("depend_or");
     json all_of = any_of.is_empty() ? jsn.part("depend_and") : json();

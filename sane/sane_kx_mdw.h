@@ -272,8 +272,7 @@ private:
     static int add_well_known_options(const opened_device &device);
 
     // descriptor.cpp
-    void register_dependencies(void *scanner, const SANE_Option_Descriptor &desc, const std::string &name,
-                               const json &jsn);
+    void register_dependencies(void *scanner, const SANE_Option_Descriptor &desc, const std::string &name, json &jsn);
 
     // option_table.cpp
     SANE_Option_Descriptor *option_count_descriptor();

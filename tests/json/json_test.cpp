@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -325,7 +326,7 @@ TEST(json, a_missing_part_makes_no_document)
 
 TEST(json, a_part_can_be_read_where_it_stands)
 {
-    const json source(R"({"range":{"min":1,"list":["a","b"]},"n":7})");
+    json source(R"({"range":{"min":1,"list":["a","b"]},"n":7})");
     json list = source.part("range/list");
     ASSERT_FALSE(list.is_empty());
     std::string text;
@@ -623,4 +624,76 @@ TEST(json, finds_nothing_by_a_very_long_path)
 {
     const std::string path(100000, 'a');
     EXPECT_EQ(json(R"({"a":1})").find(path.c_str()), nullptr);
+}
+
+// ===== parts =====
+
+TEST(json, part_reads_numbers_as_they_print)
+{
+    json document(
+        R"({"range":{"max":599.9999999999999,"min":0.1,"step":1e999,"low":-1e999,"deep":[[3.0000000000000004]],
+        "long":1234567.12345678912,"int":2147483647,"over":4294967296,"zero":0},"max":599.9999999999999})");
+    json range = document.part("range");
+    double real = 0;
+    int integer = 0;
+    std::string text;
+    EXPECT_TRUE(range.get_value("max", real));
+    EXPECT_EQ(real, 600);
+    EXPECT_TRUE(range.get_value("max", integer));
+    EXPECT_EQ(integer, 600);
+    EXPECT_TRUE(range.get_value("min", real));
+    EXPECT_EQ(real, 0.1);
+    for (const char *const infinite : {"step", "low"}) {
+        EXPECT_FALSE(range.get_value(infinite, real)) << infinite;
+        EXPECT_TRUE(range.get_value_as_string(infinite, text, false)) << infinite;
+        EXPECT_EQ(text, "null") << infinite;
+    }
+    EXPECT_EQ(range.find("deep")->child->child->valuedouble, 3);
+    EXPECT_TRUE(range.get_value("long", real));
+    EXPECT_EQ(real, 1234567.12345678912); // too far from what 15 digits say
+    EXPECT_TRUE(range.get_value("int", integer));
+    EXPECT_EQ(integer, 2147483647);
+    EXPECT_TRUE(range.get_value("over", real));
+    EXPECT_EQ(real, 4294967296.0);
+    EXPECT_TRUE(range.get_value("zero", integer));
+    EXPECT_EQ(integer, 0);
+    EXPECT_TRUE(document.get_value("max", real));
+    EXPECT_EQ(real, 599.9999999999999); // outside the part
+}
+
+TEST(json, part_is_what_a_copy_is)
+{
+    const char *const numbers[] = {"0.1",
+                                   "0.30000000000000004",
+                                   "599.9999999999999",
+                                   "1e300",
+                                   "-0.0",
+                                   "2.5e-310",
+                                   "1e999",
+                                   "-7.5",
+                                   "123456789012345678",
+                                   "0.7",
+                                   "1e15",
+                                   "-0",
+                                   "1.1e16",
+                                   "1e-5",
+                                   "9007199254740993",
+                                   "33.333333333333336",
+                                   "66.66",
+                                   "0",
+                                   "2147483648"};
+    for (const char *const number : numbers) {
+        json document((std::string(R"({"a":[)") + number + "]}").c_str());
+        const auto copy = document.get_document("a");
+        ASSERT_NE(copy, nullptr);
+        const json part = document.part("a");
+        const cJSON *const expected = copy->find(nullptr)->child;
+        const cJSON *const read = part.find(nullptr)->child;
+        EXPECT_EQ(read->type, expected->type) << number;
+        EXPECT_EQ(read->valueint, expected->valueint) << number;
+        if (expected->type == cJSON_Number) {
+            EXPECT_EQ(read->valuedouble, expected->valuedouble) << number;
+            EXPECT_EQ(std::signbit(read->valuedouble), std::signbit(expected->valuedouble)) << number;
+        }
+    }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Numbers and texts, also while the application runs under a locale with decimal commas.
-#include "comma_locale.h"
+#include "foreign_locale.h"
 #include "json.h"
 #include "number_text.h"
 
@@ -17,7 +17,7 @@ class number_text_de : public testing::Test {
 protected:
     void SetUp() override { locale_.install(); }
 
-    comma_locale locale_;
+    foreign_locale locale_{"de_DE"};
 };
 
 void expect_number_texts()
