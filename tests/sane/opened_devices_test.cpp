@@ -53,6 +53,23 @@ TEST_F(opened_devices, open_asks_the_driver_in_order)
         scripted::calls());
 }
 
+TEST_F(opened_devices, device_is_open_to_the_application_before_its_options_are_counted)
+{
+    SANE_Handle handle = nullptr;
+    int started = -1;
+    scripted::on().get_parameter = [&](void *, const void *, void *, long *, int *) -> std::optional<int> {
+        if (started == -1)
+            started = sane_pelsane_start(handle);
+        return std::nullopt;
+    };
+    EXPECT_EQ(SANE_STATUS_GOOD, sane_pelsane_open("virtual:1", &handle));
+    EXPECT_EQ(SANE_STATUS_GOOD, started);
+    const texts calls = scripted::calls();
+    EXPECT_EQ(texts({"kx_scanner_open(virtual:1,0,null,null,null)",
+                     "kx_scanner_get_parameter(0x100000002,0,null,0,null)", "kx_scanner_start(0x100000002,null,-1)"}),
+              texts(calls.begin(), calls.begin() + 3));
+}
+
 TEST_F(opened_devices, open_with_a_listening_frontend_does_not_ask_for_the_count_of_the_mapper)
 {
     sane_pelsane_init_ex(nullptr, ignore_event, nullptr);

@@ -73,6 +73,8 @@ TEST_F(option_json, splits_the_name_off)
         {R"("mode":{"type":"string"})", "mode", R"({"type":"string"})"},
         {"\"mode\" : {\"type\":\"string\"} ", "mode", "{\"type\":\"string\"} "},
         {" \t\"mode\"\t:\t {}", "mode", "{}"},
+        {"\n\t\"mode\"\r\n :\n\n {}", "mode", "{}"},
+        {"\r\n{}", "", "{}"},
         {R"({"type":"string"})", "", R"({"type":"string"})"},
         {R"(  {"type":"string"})", "", R"({"type":"string"})"},
         {R"("mode" {"a":1})", "mode", R"({"a":1})"},

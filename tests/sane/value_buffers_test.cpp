@@ -195,3 +195,46 @@ TEST_F(value_buffers, a_text_is_padded_no_further_than_the_application_was_told)
     EXPECT_EQ(control(1, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
     EXPECT_EQ(buffer, std::string("abc\0\0\0\0\0ZZZZ", 12));
 }
+
+TEST_F(value_buffers, a_text_that_grows_before_it_is_read_is_padded_as_the_application_was_told)
+{
+    open_with("text", R"({"type":"string","size":8,"cur":"abc"})");
+    scripted::on().get_status = [](void *, int) -> std::optional<int> {
+        scripted::set_option(1, "text", R"({"type":"string","size":64,"cur":"abc"})");
+        scripted::change_language();
+        return std::nullopt;
+    };
+    std::string buffer(12, 'Z');
+    EXPECT_EQ(control(1, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(buffer, std::string("abc\0\0\0\0\0ZZZZ", 12));
+}
+
+TEST_F(value_buffers, a_text_that_is_longer_than_its_size_is_delivered_whole_and_named_in_the_log)
+{
+    open_with("text", R"({"type":"string","size":4,"title":"T","cur":"abcd"})");
+    std::string buffer(8, 'Z');
+    EXPECT_EQ(control(1, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(buffer, std::string("abcd\0ZZZ", 8));
+    EXPECT_EQ(times_logged("Warn: The driver's text for option 'text' takes 5 bytes, its size is 4."), 1);
+
+    scripted::set_option(1, "text", R"({"type":"string","size":4,"title":"T","cur":"abc"})");
+    EXPECT_EQ(control(1, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(times_logged("Warn: The driver's text for option 'text' takes 4 bytes, its size is 4."), 0);
+}
+
+// ----- a default that only the well-known options have -----
+
+TEST_F(value_buffers, an_automatic_value_of_the_mappers_is_its_default)
+{
+    scripted::set_option(1, "page", R"({"type":"string","size":20,"cur":"双面"})");
+    scripted::set_option(2, "paper", R"({"type":"string","size":20,"cur":"A4"})");
+    scripted::set_option(5, "odd", R"({"type":"int","size":4,"cur":1,"default":1})"); // the number of "page-height"
+    scripted::set_option_count(3);
+    open_device();
+    ASSERT_STREQ(descriptor(5)->name, "odd");
+    scripted::answer("kx_scanner_get_parameter", 269, 1);
+    EXPECT_EQ(control(5, SANE_ACTION_SET_AUTO, nullptr), SANE_STATUS_GOOD);
+    ASSERT_EQ(scripted::writes().size(), 1U);
+    EXPECT_EQ(scripted::writes()[0].option, "paper");
+    EXPECT_EQ(times_logged("Debug: match paper(0 * 297) to 'A5'"), 1);
+}
