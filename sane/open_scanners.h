@@ -11,6 +11,9 @@ void add(void *scanner); // throws std::bad_alloc, and nothing is added then
 void remove(void *scanner) noexcept;
 [[nodiscard]] bool contains(const void *scanner) noexcept; // never true for null
 
+// The same, quicker when it was asked for the same handle the last time. Not for signal handlers, which change nothing.
+[[nodiscard]] bool contains_still(const void *scanner) noexcept;
+
 } // namespace open_scanners
 
 #endif

@@ -62,3 +62,21 @@ TEST(open_scanners, any_number_of_handles_is_held)
     for (std::uintptr_t i = 2; i <= count; i += 2)
         open_scanners::remove(handle(i));
 }
+
+TEST(open_scanners, asked_again_say_what_is_open_now)
+{
+    EXPECT_FALSE(open_scanners::contains_still(nullptr));
+    for (std::uintptr_t i = 1; i <= 20; ++i)
+        open_scanners::add(handle(i));
+    for (const std::uintptr_t i : {20, 20, 1, 17, 17})
+        EXPECT_TRUE(open_scanners::contains_still(handle(i))) << i;
+    open_scanners::remove(handle(17));
+    EXPECT_FALSE(open_scanners::contains_still(handle(17)));
+    EXPECT_FALSE(open_scanners::contains_still(nullptr)); // its place is free
+    open_scanners::add(handle(21));
+    EXPECT_FALSE(open_scanners::contains_still(handle(17)));
+    EXPECT_TRUE(open_scanners::contains_still(handle(21)));
+    for (std::uintptr_t i = 1; i <= 21; ++i)
+        open_scanners::remove(handle(i));
+    EXPECT_FALSE(open_scanners::contains_still(handle(21)));
+}
