@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -73,20 +74,26 @@ template <typename Text> bool read_text(const cJSON *item, Text &v)
 }
 
 // Whether a number may print as another one: when it takes more than the 15 digits that are printed at first, and at
-// the values that printing has its own way with.
+// the values that printing has its own way with. Numbers of few decimals, as nearly all are, need no printing to know.
 bool may_print_differently(const cJSON &number)
 {
     constexpr std::ptrdiff_t printed_digits = 15;
+    constexpr double decimals = 10000;
+    constexpr double most = 1e11; // in units of the last decimal
     const double value = number.valuedouble;
-    if (value == number.valueint && !(value == 0 && std::signbit(value)))
-        return false;
-    if (!std::isfinite(value) || value == 0)
-        return true;
+    if (value == 0 || !std::isfinite(value))
+        return value != 0 || std::signbit(value);
+    const double scaled = value * decimals;
+    if (std::fabs(scaled) < most) {
+        const auto units = static_cast<long>(scaled + std::copysign(0.5, scaled));
+        if (static_cast<double>(units) / decimals == value)
+            return false;
+    }
     char text[32];
     const char *const end =
         std::to_chars(text, text + sizeof(text), std::fabs(value), std::chars_format::scientific).ptr;
-    const char *const exponent = std::find(text, const_cast<char *>(end), 'e');
-    return exponent - text > printed_digits + 1; // and the point
+    const auto digits = std::find(text, const_cast<char *>(end), 'e') - text - 1; // without the point
+    return digits > printed_digits;
 }
 
 // Makes of each number below an item what it would be if the item were printed and parsed again.

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 namespace {
 
@@ -70,7 +69,8 @@ SANE_Value_Type sane_type(const std::string &type)
 bool kx_sane_middleware::get_current_value(void *scanner, const void *option, value_setter setter, void *param,
                                            SANE_Value_Type *type)
 {
-    return read_value(opened_device(scanner), option, told_size(scanner, option), setter, param, type);
+    const int told_size = size_of(find_stored_descriptor(scanner, option, nullptr, nullptr));
+    return read_value(opened_device(scanner), option, told_size, setter, param, type);
 }
 
 // The value is delivered even if its device was closed by what came back from within the fetch.
@@ -103,13 +103,6 @@ bool kx_sane_middleware::read_value(const opened_device &device, const void *opt
              get_string_in_json(&document, "title").c_str(),
              option_value_2_string(value_type, deliver.delivered()).c_str());
     return true;
-}
-
-// The size that the application was told of an option's value; no limit for an option that it knows nothing of.
-int kx_sane_middleware::told_size(void *scanner, const void *option)
-{
-    const auto *const told = find_stored_descriptor(scanner, option, nullptr, nullptr);
-    return told != nullptr ? told->size : std::numeric_limits<int>::max();
 }
 
 bool kx_sane_middleware::get_cur_value(void *handle, const void *option, void *value, SANE_Value_Type *type)

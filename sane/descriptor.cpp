@@ -182,14 +182,14 @@ void kx_sane_middleware::register_dependencies(void *scanner, const SANE_Option_
     json any_of = jsn.part("depend_or");
     json all_of = any_of.is_empty() ? jsn.part("depend_and") : json();
     json &expression = any_of.is_empty() ? all_of : any_of;
-    const auto dev = find_openning_device_in_que(scanner);
-    if (expression.is_empty() || dev == openning_dev_.end())
+    _dev_inst *const dev = expression.is_empty() ? nullptr : find_record(scanner);
+    if (dev == nullptr)
         return;
     _slave_option slave;
     slave.is_enable = any_of.is_empty() ? is_enable_and : is_enable_or;
-    if (!parse_depends(scanner, &expression, slave, (*dev)->masters_))
+    if (!parse_depends(scanner, &expression, slave, dev->masters_))
         return;
     slave.enable_now = is_active(desc);
     slave.name = name;
-    (*dev)->slaves_.push_back(std::move(slave));
+    dev->slaves_.push_back(std::move(slave));
 }

@@ -140,7 +140,7 @@ SANE_Status inner_sane_read(SANE_Handle handle, SANE_Byte *data, SANE_Int max_le
     SANE_Int unwanted = 0;
     SANE_Int &count = length != nullptr ? *length : unwanted;
     count = max_length;
-    return with_middleware([&](auto &middleware) { return middleware.read(handle, data, &count); });
+    return status_of([&] { return kx_sane_middleware::read(handle, data, &count); });
 }
 
 void inner_sane_cancel(SANE_Handle handle)

@@ -23,7 +23,6 @@ struct page {
 };
 
 page first_page; // constant-initialised: there before any call can come
-std::atomic<std::atomic<void *> *> found_last{first_page.slots.data()};
 
 // The slot that holds a handle, or null when `scanner` is null; none when there is no such slot.
 std::atomic<void *> *slot_of(const void *scanner) noexcept
@@ -67,13 +66,11 @@ bool contains(const void *scanner) noexcept
     return scanner != nullptr && slot_of(scanner) != nullptr;
 }
 
-bool contains_still(const void *scanner) noexcept
+std::atomic<std::atomic<void *> *> found_last{first_page.slots.data()};
+
+bool find(const void *scanner) noexcept
 {
-    if (scanner == nullptr)
-        return false;
-    if (found_last.load(std::memory_order_relaxed)->load(std::memory_order_relaxed) == scanner)
-        return true;
-    auto *const slot = slot_of(scanner);
+    auto *const slot = scanner != nullptr ? slot_of(scanner) : nullptr;
     if (slot != nullptr)
         found_last.store(slot, std::memory_order_relaxed);
     return slot != nullptr;

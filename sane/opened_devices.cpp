@@ -135,9 +135,10 @@ template <typename Matches> _dev_inst *kx_sane_middleware::record_where(Matches 
     kx_sane_middleware *const object = inst_;
     if (object == nullptr)
         return nullptr;
-    const auto found = std::find_if(object->openning_dev_.begin(), object->openning_dev_.end(),
-                                    [matches](const auto &dev) { return matches(*dev); });
-    return found != object->openning_dev_.end() ? found->get() : nullptr;
+    for (const auto &dev : object->openning_dev_)
+        if (matches(*dev))
+            return dev.get();
+    return nullptr;
 }
 
 _dev_inst *kx_sane_middleware::find_record(void *scanner)

@@ -63,7 +63,9 @@ struct fetch {
 // Other than in conditions, lines may end here.
 const char *behind_space(const char *text)
 {
-    return text + std::strspn(text, " \t\r\n");
+    while (local_utility::is_space(*text) || *text == '\r' || *text == '\n')
+        ++text;
+    return text;
 }
 
 } // namespace

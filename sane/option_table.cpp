@@ -236,10 +236,15 @@ void kx_sane_middleware::reload_device(const opened_device &device)
 
 void kx_sane_middleware::describe_options(const opened_device &device, int count)
 {
-    void *const sane_handle = scanner_handle_to_sane(device.scanner());
     fetch_buffer buffer;
-    for (int number = 1; number < count && !device.was_closed(); ++number)
-        get_option_descriptor(sane_handle, option_key::from_number(number), &buffer.text, &buffer.size);
+    for (int number = 1; number < count; ++number) {
+        const void *const option = option_key::from_number(number);
+        _dev_inst *const dev = device.record();
+        if (dev == nullptr)
+            return;
+        if (find_option(*dev, option) == nullptr)
+            fetch_descriptor(device, option, &buffer.text, &buffer.size);
+    }
 }
 
 // By index: a look-up may register an option, which lets the list grow, or reload them all.

@@ -284,7 +284,6 @@ private:
     void decide_slaves(const opened_device &device);
 
     // current_value.cpp
-    int told_size(void *scanner, const void *option);
     bool read_value(const opened_device &device, const void *option, int told_size, value_setter setter, void *param,
                     SANE_Value_Type *type);
 
@@ -298,7 +297,7 @@ private:
     struct request;
     struct write_request;
     static int access_driver_log(void *handle, int action, void *value);
-    int keep_off_lists(request &call, int action);
+    static int keep_off_lists(request &call, int action, const SANE_Option_Descriptor &told);
     int read_option(const request &call, int *info);
     int read_default(const request &call);
     int read_fixed_id(const request &call);
@@ -310,8 +309,8 @@ private:
     static std::string text_after_write(const write_request &call);
     static int write_information_item(const request &call);
     int conclude(const write_request &call, int code, int *info);
-    int follow_up(const write_request &call, int code);
-    void reload_after(const write_request &call);
+    int follow_up(_dev_inst &dev, const write_request &call, int code);
+    void reload_after(const _dev_inst &dev, const write_request &call);
 
     local_utility::memory_ptr<SANE_Option_Descriptor> mem_; // of option 0
     bool ready_ = false;

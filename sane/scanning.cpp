@@ -45,8 +45,10 @@ int kx_sane_middleware::read(void *handle, void *data, int *length)
 {
     long count = *length;
     void *const scanner = sane_handle_to_scanner(handle);
-    if (!open_scanners::contains_still(scanner))
+    if (!open_scanners::contains_still(scanner)) {
+        instance(); // every call makes the object; where a handle is open there is one
         return scanner_err_2_sane_statu(SCANNER_ERR_INVALID_PARAMETER);
+    }
     const int code = kx_scanner_read_img_data(scanner, data, &count);
     *length = static_cast<int>(count);
     return code == SCANNER_ERR_OK ? SANE_STATUS_GOOD : scanner_err_2_sane_statu(code);

@@ -143,9 +143,10 @@ int kx_sane_middleware::set_option(void *handle, const void *option, int action,
     void *const scanner = find_openning_device(handle, false, nullptr);
     if (scanner == nullptr || (value == nullptr && needs_a_buffer(action)))
         return SANE_STATUS_INVAL;
-    request call{handle, opened_device(scanner), option, value, told_size(scanner, option)};
-    if (is_write(action))
-        if (const int status = keep_off_lists(call, action); status != SANE_STATUS_GOOD)
+    const auto *const told = find_stored_descriptor(scanner, option, nullptr, nullptr);
+    request call{handle, opened_device(scanner), option, value, size_of(told)};
+    if (told != nullptr && is_write(action))
+        if (const int status = keep_off_lists(call, action, *told); status != SANE_STATUS_GOOD)
             return status;
     if (kx_scanner_get_status(scanner, 0) == SCANNER_ERR_DEVICE_NOT_FOUND)
         return local_utility::scanner_err_2_sane_statu(SCANNER_ERR_DEVICE_NOT_FOUND);
@@ -171,17 +172,16 @@ int kx_sane_middleware::set_option(void *handle, const void *option, int action,
 
 // A value that is part of the descriptor's own list is read now, since what the driver does may replace the list, and
 // is written neither by the driver nor with a default.
-int kx_sane_middleware::keep_off_lists(request &call, int action)
+int kx_sane_middleware::keep_off_lists(request &call, int action, const SANE_Option_Descriptor &told)
 {
-    const auto *const stored = find_stored_descriptor(call.device.scanner(), call.option, nullptr, nullptr);
-    const std::size_t bytes = stored != nullptr ? bytes_within_list(*stored, call.value) : 0;
+    const std::size_t bytes = bytes_within_list(told, call.value);
     if (bytes == 0)
         return SANE_STATUS_GOOD;
     if (action == SANE_ACTION_SET_AUTO) {
         call.value = nullptr;
         return SANE_STATUS_GOOD;
     }
-    return call.take_copy(call.value, bytes, stored->size);
+    return call.take_copy(call.value, bytes, told.size);
 }
 
 // The driver's log is reachable without an opened device: the handle goes to the driver as the frontend passed it.
@@ -365,23 +365,26 @@ int kx_sane_middleware::write_information_item(const request &call)
 // The driver's result of a write as status and info flags; no flags for a device that is not open any more.
 int kx_sane_middleware::conclude(const write_request &call, int code, int *info)
 {
-    const int flags = call.device.was_closed() ? 0 : follow_up(call, code);
-    store_info(info, call.device.was_closed() ? 0 : flags);
+    _dev_inst *const dev = call.device.record();
+    int flags = dev != nullptr ? follow_up(*dev, call, code) : 0;
+    if (flags != 0 && call.device.was_closed())
+        flags = 0;
+    store_info(info, flags);
     return local_utility::scanner_err_2_sane_statu(code);
 }
 
 // Brings up to date what a write has moved; returns the info flags.
-int kx_sane_middleware::follow_up(const write_request &call, int code)
+int kx_sane_middleware::follow_up(_dev_inst &dev, const write_request &call, int code)
 {
     const char *const title = call.title.c_str();
     switch (code) {
     case SCANNER_ERR_OK:
-        return something_after_do(call.device.record(), call.name.c_str(), call.after.c_str());
+        return something_after_do(&dev, call.name.c_str(), call.after.c_str());
     case SCANNER_ERR_NOT_EXACT:
-        return something_after_do(call.device.record(), call.name.c_str(), call.after.c_str()) | SANE_INFO_INEXACT;
+        return something_after_do(&dev, call.name.c_str(), call.after.c_str()) | SANE_INFO_INEXACT;
     case SCANNER_ERR_CONFIGURATION_CHANGED:
         DebugLog(g_hLog, "the setting '%s' affects other options value, RELOAD ...", title);
-        reload_after(call);
+        reload_after(dev, call);
         return SANE_INFO_RELOAD_OPTIONS;
     case SCANNER_ERR_RELOAD_IMAGE_PARAM:
         DebugLog(g_hLog, "the setting '%s' affects image parameter, APP should re-get ...", title);
@@ -391,7 +394,7 @@ int kx_sane_middleware::follow_up(const write_request &call, int code)
                  "the setting '%s' affects image parameter and options, APP should re-get image info and reload "
                  "options...",
                  title);
-        reload_after(call);
+        reload_after(dev, call);
         return SANE_INFO_RELOAD_OPTIONS | SANE_INFO_RELOAD_PARAMS;
     default:
         return 0;
@@ -399,10 +402,9 @@ int kx_sane_middleware::follow_up(const write_request &call, int code)
 }
 
 // The language option is exempt: its change reloads the options of all devices through the language library's notice.
-void kx_sane_middleware::reload_after(const write_request &call)
+void kx_sane_middleware::reload_after(const _dev_inst &dev, const write_request &call)
 {
-    const auto &fixed_id = call.device.record()->fixed_id_;
-    const auto language = fixed_id.find(SANE_OPTION_ID_LANGUAGE);
-    if (language == fixed_id.end() || language->second != call.number)
-        reload_options(call.device.scanner());
+    const auto language = dev.fixed_id_.find(SANE_OPTION_ID_LANGUAGE);
+    if (language == dev.fixed_id_.end() || language->second != call.number)
+        reload_options(dev.dev_);
 }
