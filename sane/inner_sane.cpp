@@ -53,7 +53,6 @@ void pause_for_discovery()
 
 SANE_Status init(SANE_Int *version_code)
 {
-    kx_sane_middleware::keep_until_clear();
     return with_middleware([version_code](kx_sane_middleware &middleware) -> int {
         if (!middleware.is_ready())
             return SCANNER_ERR_NOT_READY;

@@ -63,7 +63,7 @@ _dev_inst *opened_device::record() const
 int kx_sane_middleware::open(const char *name, void **handle_out, const char *, const char *, const char *,
                              char *need_auth)
 {
-    if (name == nullptr || handle_out == nullptr)
+    if (name == nullptr || handle_out == nullptr || is_ending_)
         return SANE_STATUS_INVAL;
     const auto serial = serial_;
     void *handle = nullptr;

@@ -29,8 +29,9 @@ struct log_manager {
     }
 };
 
-// A call after exit makes an object again, which nobody ends: its callback, notice and signal handler must not outlive
-// the library. Where the application never called exit, the driver is left alone, as other threads may be in it.
+// A call after exit makes an object again, and nobody may end it: its callback, notice and signal handler must not
+// outlive the library. Where the application never called exit, the process ends, and other threads may be in the
+// driver.
 struct leftover_clearing {
     ~leftover_clearing() { kx_sane_middleware::clear_leftover(); }
 };
@@ -66,7 +67,7 @@ static log_manager g_logMgr;
 static leftover_clearing g_leftover; // ended first, while there is a log
 
 std::atomic<kx_sane_middleware *> kx_sane_middleware::inst_{nullptr};
-bool kx_sane_middleware::is_leftover_ = false;
+bool kx_sane_middleware::was_cleared_ = false;
 
 // The object is in place before the driver starts, since an event of the driver's may already call back in.
 kx_sane_middleware *kx_sane_middleware::instance()
@@ -102,7 +103,7 @@ void kx_sane_middleware::clear()
         }
     };
     local_utility::stop_work();
-    is_leftover_ = true;
+    was_cleared_ = true;
     kx_sane_middleware *const object = inst_;
     if (object == nullptr || std::exchange(object->is_ending_, true))
         return;
@@ -112,7 +113,7 @@ void kx_sane_middleware::clear()
 
 void kx_sane_middleware::clear_leftover()
 {
-    if (is_leftover_)
+    if (was_cleared_)
         quietly(clear);
 }
 

@@ -50,9 +50,8 @@ public:
     // the driver throws ends here.
     [[gnu::visibility("default")]] static void clear();
 
-    // The same when the library is unloaded, for an object that was only made after clear() and without init.
+    // The same when the library is unloaded, for an object that was made after a clear().
     static void clear_leftover();
-    static void keep_until_clear() { is_leftover_ = false; } // init was called
 
     [[gnu::visibility("default")]] bool is_ready();
     [[gnu::visibility("default")]] static void set_callback(sane_event_callback callback, void *parameter);
@@ -320,7 +319,7 @@ private:
     struct sigaction earlier_handler_ = {};
 
     static std::atomic<kx_sane_middleware *> inst_;
-    static bool is_leftover_;
+    static bool was_cleared_;
     static local_utility::memory_ptr<SANE_Device *> dev_list_; // the block handed out last
 };
 
