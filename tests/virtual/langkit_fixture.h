@@ -44,6 +44,8 @@ public:
         module_.find("get_file_path", file_path);
         module_.find("langkit_set_language", set_language);
         module_.find("langkit_language", language);
+        module_.find("langkit_longest_text", longest_text);
+        module_.find("langkit_longest_word", longest_word);
     }
 
     decltype(&lang_load_string) load_string;
@@ -52,6 +54,8 @@ public:
     decltype(&get_file_path) file_path;
     decltype(&langkit_set_language) set_language;
     decltype(&langkit_language) language;
+    decltype(&langkit_longest_text) longest_text;
+    decltype(&langkit_longest_word) longest_word;
 
 private:
     loaded_module log_{COMMONLOG_LIBRARY}; // first: the loader then takes it for the one that langkit needs

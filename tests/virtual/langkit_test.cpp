@@ -70,6 +70,27 @@ TEST(langkit, speaks_english_and_chinese_without_any_files)
     EXPECT_STREQ(library.from_default("双面", nullptr), "双面");
 }
 
+TEST(langkit, tells_the_longest_text_of_all_languages)
+{
+    const catalogue_folder folder("zh");
+    folder.write("german.json", R"({"language": "de", "words": {"1012": "Die Größe des Papiers"},
+                                    "texts": {"双面": "Auf beiden Seiten", "Gray": "", "cut": "four\u0000more"}})");
+    const langkit_library library;
+    for (const char *language : {"en", "de", "zh"}) {
+        ASSERT_EQ(library.set_language(language), 0);
+        EXPECT_EQ(library.longest_text("双面"), 17);
+        EXPECT_EQ(library.longest_text("单面"), 10); // "Front side"
+        EXPECT_EQ(library.longest_text("Gray"), 4);  // as it is where it has no translation
+        EXPECT_EQ(library.longest_text("cut"), 4);
+        EXPECT_EQ(library.longest_text("no such word"), 12);
+        EXPECT_EQ(library.longest_text(""), 0);
+        EXPECT_EQ(library.longest_word(1012), 23);
+        EXPECT_EQ(library.longest_word(1002), 8);    // "Language", in German too
+        EXPECT_EQ(library.longest_word(999999), 11); // "Word 999999"
+    }
+    EXPECT_EQ(library.longest_text(nullptr), -1);
+}
+
 TEST(langkit, takes_its_language_from_its_own_variable)
 {
     const struct {

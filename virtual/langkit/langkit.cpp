@@ -20,6 +20,7 @@ namespace {
 constexpr int succeeded = 0;
 constexpr int failed = 256;
 constexpr std::size_t path_size = 512;
+constexpr long no_length = -1;
 
 // Made when the library is loaded, which costs nothing while they are empty, and not at the first use: libraries that
 // depend on this one are then torn down before these are, and may still call while they are.
@@ -101,4 +102,16 @@ int langkit_set_language(const char *tag)
 const char *langkit_language(void)
 {
     return guarded("", [] { return all_languages.current_tag(); });
+}
+
+long langkit_longest_text(const char *word)
+{
+    if (!word)
+        return no_length;
+    return guarded(no_length, [=] { return static_cast<long>(all_languages.longest_text(word)); });
+}
+
+long langkit_longest_word(int word_id)
+{
+    return guarded(no_length, [=] { return static_cast<long>(all_languages.longest_word(word_id)); });
 }

@@ -20,6 +20,14 @@ int langkit_set_language(const char *tag);
 /* Tag of the current language, as in its catalogue ("en"). Valid until the library is unloaded. */
 const char *langkit_language(void);
 
+/*
+ * Bytes, without the NUL, of the longest text that from_default_language returns for `word` in any language that
+ * langkit_set_language takes; of the longest that lang_load_string returns for `word_id`. They stay the same as long as
+ * the library is loaded. -1 when memory is short or word is null.
+ */
+long langkit_longest_text(const char *word);
+long langkit_longest_word(int word_id);
+
 #ifdef __cplusplus
 }
 #endif

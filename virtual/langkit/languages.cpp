@@ -4,7 +4,9 @@
 // in a set. English is what everything falls back to. Covered by tests/virtual/langkit_test.cpp.
 #include "languages.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace langkit {
@@ -21,6 +23,11 @@ std::string language_wanted()
             return language_tag(value);
     }
     return fallback_language;
+}
+
+std::string made_up_text(int id)
+{
+    return "Word " + std::to_string(id);
 }
 
 const std::string *find_word(const catalogue &texts, int id)
@@ -54,7 +61,7 @@ languages::answer languages::word(int id)
         if (const std::string *text = find_word(*texts, id))
             return {text->c_str(), true};
     }
-    return {intern("Word " + std::to_string(id)), false};
+    return {intern(made_up_text(id)), false};
 }
 
 languages::answer languages::text(const char *word)
@@ -65,6 +72,35 @@ languages::answer languages::text(const char *word)
     if (found != current_->texts.end())
         return {found->second.c_str(), true};
     return {intern(word), false};
+}
+
+// Of what `find` returns in each language, or where that is null `otherwise`. Callers see a text up to its NUL.
+template <typename Find> std::size_t languages::longest(const std::string &otherwise, Find find)
+{
+    const std::lock_guard<std::mutex> guard(lock_);
+    load_if_needed();
+    std::size_t most = 0;
+    for (const auto &[tag, texts] : catalogues_) {
+        const std::string *text = find(texts);
+        most = std::max(most, std::strlen((text ? *text : otherwise).c_str()));
+    }
+    return most;
+}
+
+std::size_t languages::longest_text(const char *word)
+{
+    return longest(word, [word](const catalogue &language) -> const std::string * {
+        const auto found = language.texts.find(word);
+        return found != language.texts.end() ? &found->second : nullptr;
+    });
+}
+
+std::size_t languages::longest_word(int id)
+{
+    return longest(made_up_text(id), [this, id](const catalogue &language) {
+        const std::string *text = find_word(language, id);
+        return text ? text : find_word(*english_, id);
+    });
 }
 
 languages::change languages::set_language(const char *name)

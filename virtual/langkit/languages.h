@@ -5,6 +5,7 @@
 
 #include "catalogue_sources.h"
 
+#include <cstddef>
 #include <mutex>
 #include <set>
 #include <string>
@@ -27,11 +28,16 @@ public:
     // The current language's text of a word of the default language, else the word itself.
     [[nodiscard]] answer text(const char *word);
 
+    // Bytes of the longest text that `text` or `word` returns in any of the languages.
+    [[nodiscard]] std::size_t longest_text(const char *word);
+    [[nodiscard]] std::size_t longest_word(int id);
+
     [[nodiscard]] change set_language(const char *name);
     [[nodiscard]] const char *current_tag();
 
 private:
     void load_if_needed();
+    template <typename Find> std::size_t longest(const std::string &otherwise, Find find);
     [[nodiscard]] const char *intern(std::string text);
 
     std::mutex lock_;
