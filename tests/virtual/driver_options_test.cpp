@@ -59,6 +59,23 @@ TEST_F(driver_options, have_texts_that_fit_with_four_bytes_to_spare_in_both_lang
     }
 }
 
+TEST_F(driver_options, keep_their_sizes_in_every_language)
+{
+    scanner device;
+    const auto sizes = [&device] {
+        std::map<std::string, int> all;
+        for (const auto &[name, option] : device.options())
+            all[name] = option["size"];
+        return all;
+    };
+    const auto in_english = sizes();
+    EXPECT_EQ(34, in_english.at("page")); // "Both sides without blank pages", in Chinese 15 bytes
+    EXPECT_EQ(16, in_english.at("language"));
+    EXPECT_EQ(64, in_english.at("token"));
+    ASSERT_EQ(0, langkit_set_language("zh"));
+    EXPECT_EQ(in_english, sizes());
+}
+
 TEST_F(driver_options, have_titles_and_descriptions_in_both_languages)
 {
     for (const char *language : {"en", "zh"}) {
@@ -316,8 +333,37 @@ TEST_F(driver_options, keep_a_free_text_within_its_size)
     scanner device;
     EXPECT_EQ(0, device.set("token", std::string(63, 'x').c_str()));
     EXPECT_EQ(256, device.set("token", std::string(64, 'x').c_str()));
-    EXPECT_EQ(0, device.set("token", "\"quoted\" \\ \xFF"));
-    EXPECT_EQ("\"quoted\" \\ \xEF\xBF\xBD", device.option("token")["cur"]);
+    EXPECT_EQ(0, device.set("token", std::string(63, '"').c_str())); // two bytes each in JSON, and one when read back
+    EXPECT_EQ(std::string(63, '"'), device.option("token")["cur"]);
+    EXPECT_EQ(0, device.set("token", std::string(63, '\x01').c_str()));
+    EXPECT_EQ(std::string(63, '\x01'), device.option("token")["cur"]);
+}
+
+TEST_F(driver_options, take_free_texts_of_utf8)
+{
+    scanner device;
+    for (const char *text : {"", "\"quoted\" \\", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF",
+                             "\xEE\x80\x80", "\xEF\xBF\xBD", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+        EXPECT_EQ(0, device.set("token", text)) << text;
+        EXPECT_EQ(text, device.option("token")["cur"]);
+    }
+}
+
+TEST_F(driver_options, refuse_a_text_that_is_no_utf8_and_keep_the_one_before)
+{
+    scanner device;
+    EXPECT_EQ(0, device.set("token", "box 7"));
+    const std::string bad_bytes(63, '\xFC');
+    for (const char *text :
+         {bad_bytes.c_str(), "\xFC", "box \xFF", "\x80", "\xC3", "\xC1\xBF", "\xE2\x82", "\xE0\x9F\xBF", "\xED\xA0\x80",
+          "\xC3(", "\xE2(\x80", "\xE2\x82(", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+        EXPECT_EQ(256, device.set("token", text)) << text;
+        EXPECT_EQ("box 7", device.option("token")["cur"]);
+    }
+    char cut[] = "ab\xE2\x82\xAC";
+    long length = 4; // within the last character
+    EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "token", cut, &length));
+    EXPECT_EQ("box 7", device.option("token")["cur"]);
 }
 
 TEST_F(driver_options, do_not_translate_a_free_text)

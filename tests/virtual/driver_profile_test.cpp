@@ -70,6 +70,31 @@ TEST_F(driver_profile, may_describe_another_device)
     EXPECT_EQ(0, kx_scanner_uninitialize());
 }
 
+TEST_F(driver_profile, without_sizes_tells_those_of_the_longest_words_in_all_languages)
+{
+    const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
+        {"name": "page", "type": "string", "title": 1, "desc": 2, "range": ["单面", "双面"], "default": "双面"},
+        {"name": "own", "type": "string", "title": 1, "desc": 2, "range": ["双面", "six bytes more"], "default": "双面"},
+        {"name": "wide", "type": "string", "title": 1, "desc": 2, "range": ["单面"], "size": 80, "default": "单面"},
+        {"name": "free", "type": "string", "title": 1, "desc": 2, "default": "双面"},
+        {"name": "id", "type": "string", "title": 1, "desc": 2, "range": ["1012.", "2.0"], "default": "2.0"})"));
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+    for (const char *language : {"zh", "en"}) {
+        ASSERT_EQ(0, langkit_set_language(language));
+        ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+        {
+            scanner device;
+            EXPECT_EQ(14, device.option("page")["size"]); // "Both sides"
+            EXPECT_EQ(18, device.option("own")["size"]);
+            EXPECT_EQ(80, device.option("wide")["size"]);
+            EXPECT_EQ(10, device.option("free")["size"]); // the user's own text, which is no word
+            EXPECT_EQ(16, device.option("id")["size"]); // the word 1012 is "纸张尺寸", and "Paper size" in English
+        }
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+    }
+    langkit_set_language("en");
+}
+
 TEST_F(driver_profile, may_have_the_smallest_sheets_and_the_lowest_resolution)
 {
     const std::string path = write_file(folder_.file("profile.json"), R"({
@@ -166,7 +191,22 @@ TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)
         {with_options(R"({"name": "a", "type": "int", "title": 1.5})"), "/options/0/title: an integer is expected"},
         {with_options(R"({"name": "a", "type": "string", "title": 1, "desc": 2, "range": ["abcde"], "size": 8,
                           "default": "abcde"})"),
+         "/options/0/size: at least 9 bytes are expected: in some language the longest word has 5"},
+        {with_options(
+             R"({"name": "page", "type": "string", "title": 1, "desc": 2, "range": ["单面", "双面"], "size": 13,
+                          "default": "双面"})"),
+         "/options/0/size: at least 14 bytes are expected: in some language the longest word has 10"},
+        {with_options(R"({"name": "a", "type": "string", "title": 1, "desc": 2, "size": 65537, "default": ""})"),
          "/options/0/size: the number is out of bounds"},
+        {with_options(R"({"name": "a", "type": "string", "title": 1, "desc": 2, "range": ["x", ")" +
+                      std::string(65533, 'x') + R"("], "default": "x"})"),
+         "/options/0/range: a word is too long: in some language it has 65533 bytes"},
+        {with_options(R"({"name": "a", "type": "string", "title": 1, "desc": 2, "default": ")" +
+                      std::string(65533, 'x') + R"("})"),
+         "/options/0/default: the text is too long"},
+        {with_options(R"({"name": "a", "type": "string", "title": 1, "desc": 2, "range": ["a\u0000b"],
+                          "default": "a"})"),
+         "/options/0/range/0: a text has no zero bytes"},
         {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
                                  "depend_or": ["a==true", "a=true"]})"),
          "/options/1/depend_or/1: a malformed condition"},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // An option as the driver's text, `"name" : {...}`: words in the current language, titles as word ids, conditions as
-// they stand in the profile. Tested by driver_options_test.
+// they stand in the profile. All texts are UTF-8 and none is longer than the size that is told: the profile and every
+// setting are checked for it before. Tested by driver_options_test.
 #include "option_store.h"
 #include "words.h"
 
@@ -28,7 +29,7 @@ json to_json(const option_definition &option, const option_value &value)
     if (const double *real = std::get_if<double>(&value))
         return *real;
     const auto &text = std::get<std::string>(value);
-    return option.values.empty() ? text : in_current_language(text);
+    return option.values.empty() ? text : as_shown(text, option.size);
 }
 
 json bounds_to_json(const option_definition &option)
@@ -77,8 +78,7 @@ std::string option_store::describe(int number) const
         text["default"] = to_json(option, option.initial);
         text["cur"] = to_json(option, current(number));
     }
-    // An application may set a text that is no UTF-8; what is printed always is.
-    return '"' + option.name + "\" : " + text.dump(-1, ' ', false, json::error_handler_t::replace);
+    return '"' + option.name + "\" : " + text.dump();
 }
 
 } // namespace virtual_scanner

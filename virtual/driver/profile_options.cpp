@@ -3,11 +3,13 @@
 // first and then against the other options. Tested by driver_profile_test.
 #include "kx_scanner.h"
 #include "profile_reader.h"
+#include "words.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <set>
+#include <string>
 #include <utility>
 
 namespace virtual_scanner {
@@ -51,6 +53,15 @@ std::string read_name(const profile_node &node)
     return name;
 }
 
+// Applications read a text up to its NUL.
+std::string read_word(const profile_node &node)
+{
+    std::string word = node.text();
+    if (word.find('\0') != std::string::npos)
+        node.fail("a text has no zero bytes");
+    return word;
+}
+
 option_value read_value(option_type type, const profile_node &node)
 {
     switch (type) {
@@ -61,7 +72,7 @@ option_value read_value(option_type type, const profile_node &node)
     case option_type::real:
         return node.number();
     case option_type::text:
-        return node.text();
+        return read_word(node);
     case option_type::button:
     case option_type::group:
         break;
@@ -94,32 +105,60 @@ void read_range(option_definition &option, const profile_node &range)
         range.fail("an empty list allows nothing");
 }
 
-// The longest word of the default language with its terminator and three bytes to spare; where translations are longer,
-// the profile gives a size.
-int least_size(const option_definition &option)
+constexpr int spare_bytes = 4; // of a text, its NUL among them
+constexpr int largest_size = 65536;
+
+// Room for the longest word in every language that can be switched to: applications make room once, and learn nothing
+// of a switch by somebody else.
+int least_size(const option_definition &option, const profile_node &node)
 {
-    if (option.type != option_type::text)
-        return option.type == option_type::button || option.type == option_type::group ? 0 : 4;
     std::size_t longest = 0;
     for (const option_value &value : option.values)
-        longest = std::max(longest, std::get<std::string>(value).size());
-    return static_cast<int>(longest) + 4;
+        longest = std::max(longest, longest_shown(std::get<std::string>(value)));
+    if (longest > largest_size - spare_bytes)
+        node.at("range").fail("a word is too long: in some language it has " + std::to_string(longest) + " bytes");
+    return static_cast<int>(longest) + spare_bytes;
+}
+
+int size_of_default(const option_definition &option, const profile_node &node)
+{
+    const std::size_t length = std::get<std::string>(option.initial).size();
+    if (length > largest_size - spare_bytes)
+        node.at("default").fail("the text is too long");
+    return static_cast<int>(length) + spare_bytes;
+}
+
+int read_text_size(const option_definition &option, const profile_node &node)
+{
+    const int least = least_size(option, node);
+    if (!node.has("size"))
+        return std::max(least, size_of_default(option, node));
+    const profile_node size = node.at("size");
+    const int told = size.integer(spare_bytes, largest_size);
+    if (told < least)
+        size.fail("at least " + std::to_string(least) + " bytes are expected: in some language the longest word has " +
+                  std::to_string(least - spare_bytes));
+    return told;
+}
+
+int read_size(const option_definition &option, const profile_node &node)
+{
+    if (option.type == option_type::text)
+        return read_text_size(option, node);
+    if (node.has("size"))
+        node.at("size").fail("only texts have a size of their own");
+    return option.type == option_type::button || option.type == option_type::group ? 0 : 4;
 }
 
 void read_value_keys(option_definition &option, const profile_node &node)
 {
-    option.size = least_size(option);
-    if (node.has("size") && option.type != option_type::text)
-        node.at("size").fail("only texts have a size of their own");
-    if (node.has("size"))
-        option.size = node.at("size").integer(option.size, 65536);
-    if (option.type == option_type::button || option.type == option_type::group) {
-        if (node.has("default"))
-            node.at("default").fail("an option of this type has no value");
-        return;
-    }
-    option.initial = read_value(option.type, node.at("default"));
-    if (!allows(option, option.initial))
+    const bool has_value = option.type != option_type::button && option.type != option_type::group;
+    if (has_value)
+        option.initial = read_value(option.type, node.at("default"));
+    else if (node.has("default"))
+        node.at("default").fail("an option of this type has no value");
+    option.size = read_size(option, node);
+    if (has_value && !allows(option, option.initial))
         node.at("default").fail("the default is not an allowed value");
 }
 

@@ -2,6 +2,7 @@
 // Values from applications: sizes are checked before a byte is read, numbers are fitted into the option's constraint.
 #include "value_input.h"
 
+#include "utf8.h"
 #include "words.h"
 
 #include <algorithm>
@@ -61,14 +62,14 @@ value_input read_text(const option_definition &option, const void *data, long le
     const std::string wanted(text, length > 0 ? ::strnlen(text, static_cast<std::size_t>(length)) : 0);
     if (option.values.empty()) {
         const bool fits = wanted.size() < static_cast<std::size_t>(option.size);
-        return fits ? value_input{value_input::exact, wanted} : refusal;
+        return fits && is_utf8(wanted) ? value_input{value_input::exact, wanted} : refusal;
     }
     for (const option_value &value : option.values)
-        if (in_current_language(std::get<std::string>(value)) == wanted)
+        if (as_shown(std::get<std::string>(value), option.size) == wanted)
             return {value_input::exact, value};
     if (std::find(option.values.begin(), option.values.end(), option_value(wanted)) == option.values.end())
         return refusal;
-    return {value_input::exact, wanted};
+    return {value_input::reworded, wanted};
 }
 
 // An option's size is that of the value which applications see: a "float" is a 32-bit word there and a double here.
