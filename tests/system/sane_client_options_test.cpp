@@ -39,6 +39,7 @@ const std::vector<dependence> dependences{
       "is-fill-color",    "search-hole-range",  "dog-ear-size",
       "askew-range",      "feed-strength-value"}},
     {"a_text", {{"scan-mode", "Given number of pages"}}, {"scan-count"}, {}},
+    {"a_text_in_the_default_language", {{"scan-mode", "扫描指定张数"}}, {"scan-count"}, {}},
     {"a_text_and_back",
      {{"scan-mode", "Given number of pages"}, {"scan-mode", "Until the feeder is empty"}},
      {},

@@ -309,6 +309,21 @@ TEST_F(driver_options, take_texts_in_the_current_and_the_default_language)
     EXPECT_EQ("Both sides", device.option("page")["cur"]);
 }
 
+TEST_F(driver_options, are_to_be_read_again_after_a_word_that_is_shown_as_another)
+{
+    const set_case cases[] = {
+        {"time-to-sleep", "五分钟", 262}, {"time-to-sleep", "Five minutes", 0}, {"scan-mode", "扫描指定张数", 262},
+        {"image-quality", "自定义", 262}, {"image-quality", "Custom", 0},       {"mode", "Gray", 278},
+    };
+    scanner device;
+    for (const set_case &each : cases)
+        EXPECT_EQ(each.answer, device.set(each.name, each.text)) << each.name << " " << each.text;
+    EXPECT_EQ("Five minutes", device.option("time-to-sleep")["cur"]);
+    ASSERT_EQ(0, langkit_set_language("zh"));
+    EXPECT_EQ(0, device.set("time-to-sleep", "十分钟"));
+    EXPECT_EQ(256, device.set("time-to-sleep", "Ten minutes"));
+}
+
 TEST_F(driver_options, refuse_texts_that_are_not_allowed_and_leave_them_as_they_are)
 {
     scanner device;

@@ -95,6 +95,27 @@ TEST_F(driver_profile, without_sizes_tells_those_of_the_longest_words_in_all_lan
     langkit_set_language("en");
 }
 
+TEST_F(driver_profile, answers_that_options_changed_for_a_word_shown_as_another_whatever_it_says)
+{
+    const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
+        {"name": "none", "type": "string", "title": 1, "desc": 2, "range": ["双面"], "default": "双面", "answers": 0},
+        {"name": "image", "type": "string", "title": 1, "desc": 2, "range": ["双面"], "default": "双面", "answers": 277},
+        {"name": "both", "type": "string", "title": 1, "desc": 2, "range": ["双面"], "default": "双面", "image": true}
+        )"));
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    {
+        scanner device;
+        EXPECT_EQ(0, device.set("none", "Both sides"));
+        EXPECT_EQ(262, device.set("none", "双面"));
+        EXPECT_EQ(277, device.set("image", "Both sides"));
+        EXPECT_EQ(278, device.set("image", "双面"));
+        EXPECT_EQ(277, device.set("both", "Both sides"));
+        EXPECT_EQ(278, device.set("both", "双面"));
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
 TEST_F(driver_profile, may_have_the_smallest_sheets_and_the_lowest_resolution)
 {
     const std::string path = write_file(folder_.file("profile.json"), R"({

@@ -21,6 +21,13 @@ int answer_for(bool image, bool options)
     return options ? SCANNER_ERR_CONFIGURATION_CHANGED : SCANNER_ERR_OK;
 }
 
+// The application's side notes a value as it was written. Where another word is shown, it has to read it afresh, or
+// what depends on the value would go by a word that no condition knows.
+int with_options_changed(int answer)
+{
+    return answer_for(answer == SCANNER_ERR_RELOAD_IMAGE_PARAM || answer == SCANNER_ERR_RELOAD_OPT_PARAM, true);
+}
+
 } // namespace
 
 option_store::option_store(const profile &description) : description_(description), active_(options().size(), true)
@@ -93,10 +100,14 @@ int option_store::set(int number, void *data, const long *length)
         write_back(input.value, data);
         return SCANNER_ERR_NOT_EXACT;
     }
-    if (option.answer)
-        return *option.answer;
-    // After 0 the application's side follows the conditions itself. After 277 it does not, and keeps the values of
-    // masters that it noted before: a master among the image options has to make it read everything afresh.
+    const int answer = option.answer ? *option.answer : answer_to(option, changed);
+    return input.outcome == value_input::reworded ? with_options_changed(answer) : answer;
+}
+
+// After 0 the application's side follows the conditions itself. After 277 it does not, and keeps the values of masters
+// that it noted before: a master among the image options has to make it read everything afresh.
+int option_store::answer_to(const option_definition &option, const change &changed) const
+{
     return answer_for(changed.image, changed.options || (changed.image && is_master(option)));
 }
 

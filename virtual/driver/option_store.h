@@ -29,6 +29,7 @@ public:
     // Takes a value over, as kx_scanner_set_parameter does, and answers its code: 0, 261 (a number was adjusted and
     // written back; this goes before the next three), 262, 277 or 278 (something else changed with it, or may have),
     // 256 (not an allowed value) or 259 (read-only). The profile may give another answer in place of 0 and these three.
+    // A word of the default language in place of the one that is shown counts as a change of options.
     [[nodiscard]] int set(int number, void *data, const long *length);
 
     // Every option but the language to its default value.
@@ -59,6 +60,7 @@ private:
     int find_by_role(option_role role) const;
     bool is_master(const option_definition &option) const;
     option_value current(int number) const;
+    int answer_to(const option_definition &option, const change &changed) const;
     int press(int number);
     bool take_over(int number, const option_value &value, change &changed);
     bool set_language(const option_definition &option, const std::string &word);
