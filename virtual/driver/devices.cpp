@@ -5,6 +5,7 @@
 // never taken from its file again, even while the file is away. Tested by driver_devices_test.
 #include "devices.h"
 
+#include "folder.h"
 #include "log.h"
 
 #include <algorithm>
@@ -46,13 +47,14 @@ bool is_profile_name(const std::string &name)
 std::vector<std::string> profiles_in(const std::string &folder)
 {
     std::vector<std::string> files;
-    std::error_code failure;
-    for (fs::directory_iterator each(folder, failure), end; !failure && each != end; each.increment(failure))
-        if (is_profile_name(each->path().filename()))
-            files.push_back(each->path());
-    if (failure)
+    try {
+        for (const std::string &name : names_in(folder))
+            if (is_profile_name(name))
+                files.push_back(fs::path(folder) / name);
+    } catch (const std::system_error &failure) {
         CriticalLog(driver_log(), "The folder of profiles %s cannot be read: %s", folder.c_str(),
-                    failure.message().c_str());
+                    failure.code().message().c_str());
+    }
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -93,10 +95,12 @@ device_changes difference(const std::vector<device> &before, const std::vector<d
 std::string_view installed_profiles()
 {
     constexpr const char *folder = PELVIRTUAL_SYSTEM_PROFILES;
-    std::error_code unreadable;
-    for (fs::directory_iterator each(folder, unreadable), end; !unreadable && each != end; each.increment(unreadable))
-        if (is_profile_name(each->path().filename()))
+    try {
+        const std::vector<std::string> names = names_in(folder);
+        if (std::any_of(names.begin(), names.end(), is_profile_name))
             return folder;
+    } catch (const std::system_error &) { // there is none
+    }
     return {};
 }
 

@@ -3,6 +3,7 @@
 // Tested by driver_feed_test.
 #include "image_file.h"
 
+#include "folder.h"
 #include "raw_pnm.h"
 
 #include <algorithm>
@@ -48,13 +49,14 @@ pix_ptr flatten(Pix *image)
 
 std::vector<std::string> list_images(const std::string &folder)
 {
-    std::error_code error;
     std::vector<std::string> paths;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (is_image_name(entry->path()) && leads_to_a_file(entry->path()))
-            paths.push_back(entry->path().string());
-    if (error)
-        throw image_error(folder + ": " + error.message());
+    try {
+        for (const std::string &name : names_in(folder))
+            if (const fs::path path = fs::path(folder) / name; is_image_name(path) && leads_to_a_file(path))
+                paths.push_back(path.string());
+    } catch (const std::system_error &error) {
+        throw image_error(folder + ": " + error.code().message());
+    }
     std::sort(paths.begin(), paths.end());
     return paths;
 }
