@@ -28,10 +28,13 @@ pix_ptr by_neighbourhood(Pix *gray, int dpi)
     if (half_window < 2)
         return by_otsu(gray);
     const int tile = std::max(600, 2 * half_window + 4);
-    Pix *result = nullptr;
-    pixSauvolaBinarizeTiled(gray, half_window, spread_weight, std::max(1, pixGetWidth(gray) / tile),
-                            std::max(1, pixGetHeight(gray) / tile), nullptr, &result);
-    return own(result);
+    const std::size_t of_a_tile = std::size_t{64} * static_cast<std::size_t>(tile) * static_cast<std::size_t>(tile);
+    return own_with_room(bytes_in_color(gray) / 4 + of_a_tile, [&] {
+        Pix *result = nullptr;
+        pixSauvolaBinarizeTiled(gray, half_window, spread_weight, std::max(1, pixGetWidth(gray) / tile),
+                                std::max(1, pixGetHeight(gray) / tile), nullptr, &result);
+        return result;
+    });
 }
 
 pix_ptr black_and_white(Pix *gray, const binarization &settings, int dpi)

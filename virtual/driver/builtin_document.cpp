@@ -26,16 +26,27 @@ struct font_deleter {
     void operator()(L_Bmf *font) const { bmfDestroy(&font); }
 };
 
+using font_ptr = std::unique_ptr<L_Bmf, font_deleter>;
+
+// Its letters are small images, made without a look at what becomes of each.
+font_ptr make_font()
+{
+    expect_spare_memory();
+    const spare_memory_use small_images;
+    font_ptr font(bmfCreate(nullptr, 20));
+    if (font == nullptr)
+        throw pix_error();
+    return font;
+}
+
 // A sheet being drawn; positions and sizes are those on A4.
 class drawing {
 public:
     drawing(double width_mm, double height_mm, int dpi)
         : across_(width_mm / a4_paper.width_mm * dpi / 25.4), down_(height_mm / a4_paper.height_mm * dpi / 25.4),
           image_(own(pixCreate(std::max(1, x(a4_paper.width_mm)), std::max(1, y(a4_paper.height_mm)), 32))),
-          font_(bmfCreate(nullptr, 20))
+          font_(make_font())
     {
-        if (font_ == nullptr)
-            throw std::bad_alloc();
         pixSetAll(image_.get());
     }
 
@@ -46,9 +57,8 @@ public:
     {
         const int x0 = x(left);
         const int y0 = y(top);
-        Box *box = boxCreate(x0, y0, std::max(1, x(left + width) - x0), std::max(1, y(top + height) - y0));
-        pixSetInRectArbitrary(image_.get(), box, color);
-        boxDestroy(&box);
+        fill_rectangle(image_.get(), x0, y0, std::max(1, x(left + width) - x0), std::max(1, y(top + height) - y0),
+                       color);
     }
 
     void outline(double left, double top, double width, double height, double line)
@@ -99,7 +109,7 @@ private:
     double across_; // points per millimetre on A4
     double down_;
     pix_ptr image_;
-    std::unique_ptr<L_Bmf, font_deleter> font_;
+    font_ptr font_;
 };
 
 void draw_frame(drawing &sheet)

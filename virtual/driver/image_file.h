@@ -16,10 +16,11 @@ struct image_error : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Calls what makes images of a source, and turns its pix_error into an image_error.
+// Calls what makes images of a source, and turns its pix_error into an image_error. Throws std::bad_alloc, too.
 template <typename Call> auto with_image_errors(const std::string &source, Call call)
 {
     const collected_messages messages;
+    expect_spare_memory();
     try {
         return call();
     } catch (const pix_error &) {

@@ -22,9 +22,8 @@ bool is_blank(Pix *image, int limit)
     constexpr int paper_white = 200;
     const pix_ptr gray = own(pixConvertTo8(image, FALSE));
     const pix_ptr marks = own(pixThresholdToBinary(gray.get(), paper_white));
-    l_int32 count = 0;
-    pixCountPixels(marks.get(), &count, nullptr);
-    return static_cast<double>(count) <= limit / 10000.0 * pixGetWidth(image) * pixGetHeight(image);
+    const double count = count_points(marks.get());
+    return count <= limit / 10000.0 * pixGetWidth(image) * pixGetHeight(image);
 }
 
 // The wanted size or a point off, as Leptonica rounds; packing makes up for that. Without sharpening, so that greys
@@ -123,7 +122,11 @@ std::string source_of(const sheet_side &side)
 std::optional<page> scan_side(const sheet_side &side, const page_settings &settings)
 {
     check_sheet(side, settings);
-    return with_image_errors(source_of(side), [&] { return make_page(side, settings); });
+    return with_image_errors(source_of(side), [&] {
+        auto made = make_page(side, settings);
+        expect_no_error();
+        return made;
+    });
 }
 
 } // namespace virtual_scanner

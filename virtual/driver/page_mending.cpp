@@ -52,10 +52,7 @@ bool is_hole(Pix *dark, const found_box &box, double across, double down)
     if (std::min(width_mm, height_mm) < least_mm || std::max(width_mm, height_mm) > most_mm ||
         std::abs(width_mm - height_mm) > 0.15 * std::max(width_mm, height_mm))
         return false;
-    Box *where = boxCreate(box.x, box.y, box.width, box.height);
-    l_int32 count = 0;
-    pixCountPixelsInRect(dark, where, &count, nullptr);
-    boxDestroy(&where);
+    const int count = count_points(dark, box.x, box.y, box.width, box.height);
     return std::abs(count / (static_cast<double>(box.width) * box.height) - disc) < 0.12;
 }
 
@@ -72,6 +69,8 @@ void fill_holes(measured_image &sheet, const hole_ranges &ranges, const sheet_co
     const sheet_overview overview = overview_of(sheet);
     const pix_ptr dark = own(pixThresholdToBinary(overview.gray.get(), darker_than_paper));
     const std::unique_ptr<Boxa, boxes_deleter> boxes(pixConnCompBB(dark.get(), 8));
+    if (boxes == nullptr)
+        throw pix_error();
     const double across = sheet.across / overview.factor;
     const double down = sheet.down / overview.factor;
     for (l_int32 i = 0; i < boxaGetCount(boxes.get()); ++i) {

@@ -38,7 +38,8 @@ pix_ptr filter_points(pix_ptr image, const point_filters &filters, int dpi)
 {
     const int half = half_window(dpi);
     if (filters.remove_halftone)
-        image = own(pixMedianFilter(image.get(), 2 * half + 1, 2 * half + 1));
+        image = own_with_room(3 * bytes_in_color(image.get()),
+                              [&] { return pixMedianFilter(image.get(), 2 * half + 1, 2 * half + 1); });
     if (filters.remove_moire)
         image = own(pixBlockconv(image.get(), half, half));
     return sharpen(std::move(image), filters.sharpness);

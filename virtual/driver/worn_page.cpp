@@ -104,10 +104,8 @@ void fill_box(measured_image &sheet, double left_mm, double top_mm, double width
 {
     const int x0 = sheet.x(left_mm);
     const int y0 = sheet.y(top_mm);
-    Box *box =
-        boxCreate(x0, y0, std::max(1, sheet.x(left_mm + width_mm) - x0), std::max(1, sheet.y(top_mm + height_mm) - y0));
-    pixSetInRectArbitrary(sheet.image.get(), box, value);
-    boxDestroy(&box);
+    fill_rectangle(sheet.image.get(), x0, y0, std::max(1, sheet.x(left_mm + width_mm) - x0),
+                   std::max(1, sheet.y(top_mm + height_mm) - y0), value);
 }
 
 // In the top corner that is the left one of the front.
@@ -146,9 +144,8 @@ void fold(measured_image &sheet, sheet_corner corner, double size_mm, l_uint32 b
         const int length = std::min(sheet.width(), sheet.x(size_mm - i / sheet.down));
         if (length <= 0)
             break;
-        Box *box = boxCreate(is_right ? sheet.width() - length : 0, is_bottom ? sheet.height() - 1 - i : i, length, 1);
-        pixSetInRectArbitrary(sheet.image.get(), box, behind);
-        boxDestroy(&box);
+        fill_rectangle(sheet.image.get(), is_right ? sheet.width() - length : 0, is_bottom ? sheet.height() - 1 - i : i,
+                       length, 1, behind);
     }
 }
 
@@ -195,10 +192,11 @@ void turn(measured_image &sheet, double degrees, l_uint32 value)
     if (std::abs(degrees) < 0.01)
         return;
     const auto angle = static_cast<l_float32>(degrees * degree);
-    if (pixGetDepth(sheet.image.get()) == 8)
-        sheet.image = own(pixRotateAMGray(sheet.image.get(), angle, static_cast<l_uint8>(value)));
-    else
-        sheet.image = own(pixRotateAMColor(sheet.image.get(), angle, value));
+    Pix *image = sheet.image.get();
+    sheet.image = own_with_room(2 * bytes_in_color(image), [&] {
+        return pixGetDepth(image) == 8 ? pixRotateAMGray(image, angle, static_cast<l_uint8>(value))
+                                       : pixRotateAMColor(image, angle, value);
+    });
 }
 
 void wear_out(measured_image &sheet, const page_wear &wear, const sheet_side &side, int behind, Pix *other_side)
