@@ -4,6 +4,7 @@
 // needs that, and the file is compiled without sanitizers.
 #include "memory.h"
 
+#include <cerrno>
 #include <new>
 
 extern "C" {
@@ -35,11 +36,12 @@ struct state {
 };
 state the_state;
 thread_local bool is_inside = false;
+bool is_c_counted = true;
 
 // Counts an allocation of the backend; false when it is to fail.
 bool admits(source from, std::size_t size)
 {
-    if (!is_inside)
+    if (!is_inside || (from != source::operator_new && !is_c_counted))
         return true;
     state &s = the_state;
     const bool is_due = s.made++ == s.planned;
@@ -48,7 +50,10 @@ bool admits(source from, std::size_t size)
         s.failed = from;
         s.is_short = s.planned_kind == shortage::lasting;
     }
-    return !is_due && !s.is_short && size <= largest;
+    if (!is_due && !s.is_short && size <= largest)
+        return true;
+    errno = ENOMEM;
+    return false;
 }
 
 void *counted(void *block)
@@ -122,6 +127,11 @@ void fail(std::size_t nth, shortage kind)
 {
     the_state.planned = nth;
     the_state.planned_kind = kind;
+}
+
+void count_c_libraries(bool is_wanted)
+{
+    is_c_counted = is_wanted;
 }
 
 std::size_t made()

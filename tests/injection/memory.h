@@ -39,6 +39,9 @@ void reset();
 enum class shortage { single, lasting };
 void fail(std::size_t nth, shortage kind);
 
+// Whether what C libraries allocate themselves counts, and fails, or objects of C++ alone. It does at first.
+void count_c_libraries(bool is_wanted);
+
 std::size_t made();                // allocations of the backend since the reset, failed ones included
 bool has_failed();                 // whether there were that many
 source failed_source();            // of the first that failed

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 #include <sys/socket.h>
 
 namespace virtual_scanner {
@@ -73,7 +74,14 @@ void control_socket::add_to(std::vector<pollfd> &waited_for) const
 void control_socket::serve()
 {
     take_connections();
-    const auto has_gone = [this](client &each) { return !serve(each); };
+    const auto has_gone = [this](client &each) {
+        try {
+            return !serve(each);
+        } catch (const std::bad_alloc &) {
+            CriticalLog(driver_log(), "Memory is short: whoever gave a command is not answered");
+            return true; // and does not wait for ever
+        }
+    };
     clients_.erase(std::remove_if(clients_.begin(), clients_.end(), has_gone), clients_.end());
 }
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -74,6 +75,16 @@ int driver::initialize(kx_event_callback callback, void *parameter)
     if (initialized_)
         return SCANNER_ERR_OK;
     log_ = open_log();
+    try {
+        return begin(callback, parameter);
+    } catch (...) {
+        forget_devices(); // but not the log, in which the failure is to stand
+        throw;
+    }
+}
+
+int driver::begin(kx_event_callback callback, void *parameter)
+{
     if (!user_.empty())
         InfoLog(driver_log(), "used by %s", user_.c_str());
     faults_.load();
@@ -119,12 +130,17 @@ int driver::uninitialize()
         return SCANNER_ERR_INVALID_STATE;
     const std::lock_guard<std::mutex> guard(lock_);
     handles_.clear();
-    information_.reset();
-    devices_.clear();
-    faults_.reset();
+    forget_devices();
     initialized_ = false;
     log_.reset();
     return SCANNER_ERR_OK;
+}
+
+void driver::forget_devices()
+{
+    information_.reset();
+    devices_.clear();
+    faults_.reset();
 }
 
 std::vector<device> driver::present_devices()
@@ -191,13 +207,19 @@ int driver::open(void **handle, const char *name, bool &need_auth)
         return answer;
     if (!grants_access(*description, need_auth))
         return SCANNER_ERR_ACCESS_DENIED;
-    *handle = handles_.add([&](std::uintptr_t number, stop_flag &stop) {
+    void *const opened = handles_.add([&](std::uintptr_t number, stop_flag &stop) {
         return std::make_shared<session>(description, faults, number, stop, events_);
     });
-    if (*handle == nullptr)
+    if (opened == nullptr)
         return SCANNER_ERR_DEVICE_BUSY;
-    const std::string &device = description->device.name;
-    control_.arrange(faults_.events_of(device, description->faults), device, *handle);
+    try {
+        const std::string &device = description->device.name;
+        control_.arrange(faults_.events_of(device, description->faults), device, opened);
+    } catch (const std::bad_alloc &) {
+        handles_.remove(opened); // nobody would close it
+        throw;
+    }
+    *handle = opened;
     return answer;
 }
 

@@ -47,6 +47,8 @@ public:
     fault_book &faults() { return faults_; }
 
 private:
+    int begin(kx_event_callback callback, void *parameter);
+    void forget_devices();
     void start_service(kx_event_callback callback, void *parameter);
     bool has_events();
     std::vector<device> present_devices();

@@ -3,6 +3,9 @@
 // events_test.
 #include "events.h"
 
+#include "log.h"
+
+#include <new>
 #include <sys/eventfd.h>
 
 namespace virtual_scanner {
@@ -26,12 +29,17 @@ void events::end()
     queue_.clear();
 }
 
-void events::post(void *device, int event, unsigned int button)
+void events::post(void *device, int event, unsigned int button) noexcept
 {
     const std::lock_guard<std::mutex> guard(lock_);
     if (wake_up_ < 0 || queue_.size() >= most_reports)
         return;
-    queue_.push_back({device, event, button});
+    try {
+        queue_.push_back({device, event, button});
+    } catch (const std::bad_alloc &) {
+        WarnLog(driver_log(), "Event 0x%x is not reported: memory is short", static_cast<unsigned int>(event));
+        return;
+    }
     eventfd_write(wake_up_, 1);
 }
 

@@ -36,8 +36,9 @@ public:
     // What was not reported is dropped.
     void end();
 
-    // Reports an event soon, if anyone is there to report it. Does not wait. Dropped when thousands wait already.
-    void post(void *device, int event, unsigned int button = 0);
+    // Reports an event soon, if anyone is there to report it. Does not wait. Dropped when thousands wait already, and
+    // when memory is short, which is logged: a job does not fail for it.
+    void post(void *device, int event, unsigned int button = 0) noexcept;
 
     std::optional<report> take();
 

@@ -29,7 +29,7 @@ template <typename Integer> std::string integer_bytes(long long value)
 
 std::string initial_bytes(const information_item &item, const information_value &value)
 {
-    if (const auto *text = std::get_if<std::string>(&value.value)) {
+    if (const auto *text = std::get_if<text_value>(&value.value)) {
         std::string bytes = *text + '\0';
         bytes.resize(is_text(item) ? bytes.size() : static_cast<std::size_t>(item.length), '\0');
         return bytes;

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 
 namespace virtual_scanner {
 
@@ -22,13 +23,17 @@ void close_log(void *closed)
 
 } // namespace
 
-std::shared_ptr<void> open_log()
+std::shared_ptr<void> open_log() noexcept
 {
     const std::lock_guard<std::mutex> guard(lock);
     std::shared_ptr<void> opened = shared.lock();
     if (opened != nullptr)
         return opened;
-    opened.reset(EnableLog(0, "pelsane", "virtual"), close_log);
+    try {
+        opened.reset(EnableLog(0, "pelsane", "virtual"), close_log);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
     shared = opened;
     log = opened.get();
     return opened;

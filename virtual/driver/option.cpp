@@ -45,7 +45,7 @@ std::string to_condition_text(const option_value &value)
         return std::to_string(*number);
     if (const double *number = std::get_if<double>(&value))
         return fixed_text(*number);
-    if (const std::string *word = std::get_if<std::string>(&value))
+    if (const text_value *word = std::get_if<text_value>(&value))
         return *word;
     return {};
 }

@@ -4,6 +4,7 @@
 #define PELSANE_VIRTUAL_OPTION_H
 
 #include "dependency.h"
+#include "text_value.h"
 
 #include <map>
 #include <optional>
@@ -17,7 +18,7 @@ namespace virtual_scanner {
 enum class option_type { boolean, integer, real, text, button, group };
 
 // monostate: a button or a group. Texts are words of the default language.
-using option_value = std::variant<std::monostate, bool, int, double, std::string>;
+using option_value = std::variant<std::monostate, bool, int, double, text_value>;
 
 // What an option means to the scanner; `none`: it is kept and shown, and nothing follows from it.
 enum class option_role {

@@ -9,6 +9,7 @@
 #include "words.h"
 
 #include <algorithm>
+#include <new>
 
 namespace virtual_scanner {
 
@@ -93,9 +94,8 @@ int option_store::set(int number, void *data, const long *length)
     if (input.outcome == value_input::refused)
         return SCANNER_ERR_INVALID_PARAMETER;
     change changed;
-    if (!take_over(number, input.value, changed))
+    if (!change_all_or_nothing([&] { return take_over(number, input.value, changed); }))
         return SCANNER_ERR_INVALID_PARAMETER;
-    update_activity();
     if (input.outcome == value_input::adjusted) {
         write_back(input.value, data);
         return SCANNER_ERR_NOT_EXACT;
@@ -120,17 +120,33 @@ int option_store::press(int number)
     return option.answer.value_or(SCANNER_ERR_RELOAD_OPT_PARAM);
 }
 
+// What goes along with a change, and who becomes active, takes memory: without it, all stays as it was.
+template <typename Change> bool option_store::change_all_or_nothing(Change make)
+{
+    auto values = values_;
+    auto active = active_;
+    try {
+        const bool is_made = make();
+        update_activity();
+        return is_made;
+    } catch (const std::bad_alloc &) {
+        values_.swap(values);
+        active_.swap(active);
+        throw;
+    }
+}
+
 bool option_store::take_over(int number, const option_value &value, change &changed)
 {
     const option_definition &option = option_at(number);
     changed.image = changed.image || option.affects_image;
     if (option.role == option_role::language) {
         changed.options = true;
-        return set_language(option, std::get<std::string>(value));
+        return set_language(option, std::get<text_value>(value));
     }
     values_[index_of(number)] = value;
     if (option.role == option_role::paper) {
-        set_area_to_paper(std::get<std::string>(value));
+        set_area_to_paper(std::get<text_value>(value));
         changed.options = true;
     }
     const auto along = option.sets.find(to_condition_text(value));
@@ -165,10 +181,12 @@ void option_store::set_area_to_paper(const std::string &paper)
 
 void option_store::restore_defaults()
 {
-    for (int number = 1; number < count(); ++number)
-        if (option_at(number).role != option_role::language)
-            values_[index_of(number)] = option_at(number).initial;
-    update_activity();
+    change_all_or_nothing([this] {
+        for (int number = 1; number < count(); ++number)
+            if (option_at(number).role != option_role::language)
+                values_[index_of(number)] = option_at(number).initial;
+        return true;
+    });
 }
 
 bool option_store::set_active(const std::string &name, bool active)
@@ -204,7 +222,7 @@ std::string option_store::acting_meaning(option_role role, const std::string &ot
     const int number = find_by_role(role);
     if (number == 0)
         return otherwise;
-    const auto word = acting<std::string>(role, otherwise);
+    const auto word = acting<text_value>(role, otherwise);
     const auto &meanings = option_at(number).meanings;
     const auto meaning = meanings.find(word);
     return meaning != meanings.end() ? meaning->second : word;

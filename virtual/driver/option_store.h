@@ -29,7 +29,8 @@ public:
     // Takes a value over, as kx_scanner_set_parameter does, and answers its code: 0, 261 (a number was adjusted and
     // written back; this goes before the next three), 262, 277 or 278 (something else changed with it, or may have),
     // 256 (not an allowed value) or 259 (read-only). The profile may give another answer in place of 0 and these three.
-    // A word of the default language in place of the one that is shown counts as a change of options.
+    // A word of the default language in place of the one that is shown counts as a change of options. Throws
+    // std::bad_alloc and has then changed nothing but the language.
     [[nodiscard]] int set(int number, void *data, const long *length);
 
     // Every option but the language to its default value.
@@ -62,6 +63,7 @@ private:
     option_value current(int number) const;
     int answer_to(const option_definition &option, const change &changed) const;
     int press(int number);
+    template <typename Change> bool change_all_or_nothing(Change make);
     bool take_over(int number, const option_value &value, change &changed);
     bool set_language(const option_definition &option, const std::string &word);
     void set_by_role(option_role role, double value);

@@ -11,7 +11,7 @@ namespace virtual_scanner {
 
 namespace {
 
-using json = nlohmann::ordered_json;
+using json = nlohmann::json;
 
 const char *type_name(option_type type)
 {
@@ -19,44 +19,57 @@ const char *type_name(option_type type)
     return names[static_cast<std::size_t>(type)];
 }
 
+// No text or number of JSON takes memory when it ends, as a list or an object does, which then could not fail.
+template <typename Value> std::string print(const Value &value)
+{
+    return json(value).dump();
+}
+
 // A free text is the user's own and no word of the scanner's, also where it happens to be spelt like one.
-json to_json(const option_definition &option, const option_value &value)
+std::string print(const option_definition &option, const option_value &value)
 {
     if (const bool *flag = std::get_if<bool>(&value))
-        return *flag;
+        return print(*flag);
     if (const int *integer = std::get_if<int>(&value))
-        return *integer;
+        return print(*integer);
     if (const double *real = std::get_if<double>(&value))
-        return *real;
-    const auto &text = std::get<std::string>(value);
-    return option.values.empty() ? text : as_shown(text, option.size);
+        return print(*real);
+    const std::string &text = std::get<text_value>(value);
+    return print(option.values.empty() ? text : as_shown(text, option.size));
 }
 
-json bounds_to_json(const option_definition &option)
+template <typename List, typename Print> std::string print_list(const List &list, Print print_one)
+{
+    std::string text;
+    for (const auto &each : list)
+        text += (text.empty() ? "[" : ",") + print_one(each);
+    return text + "]";
+}
+
+std::string print_bounds(const option_definition &option)
 {
     const auto number = [&](double value) {
-        return option.type == option_type::integer ? json(static_cast<int>(value)) : json(value);
+        return option.type == option_type::integer ? print(static_cast<int>(value)) : print(value);
     };
-    return {{"min", number(option.bounds->min)},
-            {"max", number(option.bounds->max)},
-            {"step", number(option.bounds->step)}};
+    return R"({"min":)" + number(option.bounds->min) + R"(,"max":)" + number(option.bounds->max) + R"(,"step":)" +
+           number(option.bounds->step) + "}";
 }
 
-void add_constraint(const option_definition &option, json &text)
+std::string print_constraint(const option_definition &option)
 {
     if (option.bounds)
-        text["range"] = bounds_to_json(option);
-    for (const option_value &value : option.values)
-        text["range"].push_back(to_json(option, value));
+        return R"(,"range":)" + print_bounds(option);
+    if (option.values.empty())
+        return "";
+    return R"(,"range":)" + print_list(option.values, [&](const option_value &each) { return print(option, each); });
 }
 
-void add_dependency(const dependency &depends, json &text)
+std::string print_dependency(const dependency &depends)
 {
-    json &conditions = text[depends.all ? "depend_and" : "depend_or"];
+    const std::string key = depends.all ? R"(,"depend_and":)" : R"(,"depend_or":)";
     if (depends.texts.size() == 1)
-        conditions = depends.texts.front();
-    else
-        conditions = depends.texts;
+        return key + print(depends.texts.front());
+    return key + print_list(depends.texts, print<std::string>);
 }
 
 } // namespace
@@ -64,21 +77,18 @@ void add_dependency(const dependency &depends, json &text)
 std::string option_store::describe(int number) const
 {
     const option_definition &option = option_at(number);
-    json text{{"type", type_name(option.type)}, {"title", option.title}, {"desc", option.desc}, {"size", option.size}};
-    add_constraint(option, text);
-    text["auto"] = option.automatic;
-    text["readonly"] = option.readonly;
-    text["cat"] = option.category;
-    text["enable"] = static_cast<bool>(active_[index_of(number)]);
+    std::string text = '"' + option.name + R"(" : {"type":)" + print(std::string(type_name(option.type)));
+    text += R"(,"title":)" + print(option.title) + R"(,"desc":)" + print(option.desc);
+    text += R"(,"size":)" + print(option.size) + print_constraint(option);
+    text += R"(,"auto":)" + print(option.automatic) + R"(,"readonly":)" + print(option.readonly);
+    text += R"(,"cat":)" + print(option.category) + R"(,"enable":)" + print(bool{active_[index_of(number)]});
     if (option.fix_id)
-        text["fix-id"] = *option.fix_id;
+        text += R"(,"fix-id":)" + print(*option.fix_id);
     if (option.depends)
-        add_dependency(*option.depends, text);
-    if (option.type != option_type::button && option.type != option_type::group) {
-        text["default"] = to_json(option, option.initial);
-        text["cur"] = to_json(option, current(number));
-    }
-    return '"' + option.name + "\" : " + text.dump();
+        text += print_dependency(*option.depends);
+    if (option.type != option_type::button && option.type != option_type::group)
+        text += R"(,"default":)" + print(option, option.initial) + R"(,"cur":)" + print(option, current(number));
+    return text + "}";
 }
 
 } // namespace virtual_scanner

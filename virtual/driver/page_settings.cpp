@@ -29,7 +29,7 @@ color_channel channel_of(const option_store &options)
 
 paper_size paper_of(const option_store &options, const profile &description)
 {
-    const auto found = description.papers.find(options.acting<std::string>(option_role::paper, ""));
+    const auto found = description.papers.find(options.acting<text_value>(option_role::paper, ""));
     return found != description.papers.end() ? found->second : a4_paper;
 }
 

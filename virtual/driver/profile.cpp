@@ -4,6 +4,7 @@
 #include "profile.h"
 
 #include "information.h"
+#include "pix.h"
 #include "profile_reader.h"
 
 #include <array>
@@ -11,12 +12,15 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <system_error>
 #include <utility>
 
 namespace virtual_scanner {
 
 namespace {
+
+constexpr std::size_t memory_of_a_byte = 64; // of a profile's text, while it is read
 
 constexpr std::size_t largest_file = std::size_t{16} << 20;
 
@@ -69,8 +73,8 @@ void check_papers(const profile &result, const profile_node &options)
         if (result.options[i].role != option_role::paper)
             continue;
         for (const option_value &value : result.options[i].values)
-            if (result.papers.count(std::get<std::string>(value)) == 0)
-                options.at(i).at("range").fail("no size is given for the paper \"" + std::get<std::string>(value) +
+            if (result.papers.count(std::get<text_value>(value)) == 0)
+                options.at(i).at("range").fail("no size is given for the paper \"" + std::get<text_value>(value) +
                                                "\"");
     }
 }
@@ -113,6 +117,7 @@ struct file_closer {
 
 profile parse_profile(std::string_view text, const std::string &file)
 {
+    expect_spare_memory(text.size() * memory_of_a_byte); // JSON that ends takes memory, and then could not fail
     try {
         const json document = parse_json(text);
         profile result = read_profile({document, ""});
@@ -139,7 +144,10 @@ std::string read_profile_file(const std::string &path)
         size = std::fread(piece.data(), 1, piece.size(), file.get());
         text.append(piece.data(), size);
     }
-    if (file == nullptr || std::ferror(file.get()) != 0)
+    const bool is_read = file != nullptr && std::ferror(file.get()) == 0;
+    if (!is_read && errno == ENOMEM)
+        throw std::bad_alloc();
+    if (!is_read)
         throw profile_error(path + ": cannot be read: " + std::generic_category().message(errno));
     if (text.size() > largest_file)
         throw profile_error(path + ": cannot be read: it has more than 16 MiB");

@@ -37,7 +37,7 @@ struct paper_size {
 inline constexpr paper_size a4_paper{210, 297, false};
 
 struct information_value {
-    std::variant<std::string, long long> value;
+    std::variant<text_value, long long> value;
     bool writable;
 };
 

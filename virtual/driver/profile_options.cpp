@@ -19,7 +19,7 @@ bool allows(const option_definition &option, const option_value &value)
     if (!option.values.empty())
         return std::find(option.values.begin(), option.values.end(), value) != option.values.end();
     if (option.type == option_type::text)
-        return std::get<std::string>(value).size() < static_cast<std::size_t>(option.size);
+        return std::get<text_value>(value).size() < static_cast<std::size_t>(option.size);
     return !option.bounds || (as_number(value) >= option.bounds->min && as_number(value) <= option.bounds->max);
 }
 
@@ -114,7 +114,7 @@ int least_size(const option_definition &option, const profile_node &node)
 {
     std::size_t longest = 0;
     for (const option_value &value : option.values)
-        longest = std::max(longest, longest_shown(std::get<std::string>(value)));
+        longest = std::max(longest, longest_shown(std::get<text_value>(value)));
     if (longest > largest_size - spare_bytes)
         node.at("range").fail("a word is too long: in some language it has " + std::to_string(longest) + " bytes");
     return static_cast<int>(longest) + spare_bytes;
@@ -122,7 +122,7 @@ int least_size(const option_definition &option, const profile_node &node)
 
 int size_of_default(const option_definition &option, const profile_node &node)
 {
-    const std::size_t length = std::get<std::string>(option.initial).size();
+    const std::size_t length = std::get<text_value>(option.initial).size();
     if (length > largest_size - spare_bytes)
         node.at("default").fail("the text is too long");
     return static_cast<int>(length) + spare_bytes;

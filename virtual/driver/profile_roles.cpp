@@ -96,7 +96,7 @@ void check_words(const option_definition &option, const role_definition &known, 
     if (known.words[0].empty())
         return;
     for (const option_value &value : option.values) {
-        const auto &word = std::get<std::string>(value);
+        const auto &word = std::get<text_value>(value);
         const auto given = option.meanings.find(word);
         const std::string &meaning = given != option.meanings.end() ? given->second : word;
         if (meaning.empty() ||

@@ -20,6 +20,7 @@ namespace virtual_scanner {
 namespace {
 
 constexpr std::size_t most_times = 10000; // whatever is asked for
+constexpr int rest_after_failure_ms = 100;
 
 thread_local bool is_service_thread = false;
 
@@ -92,6 +93,7 @@ void service::start(duties wanted)
     is_running_ = true;
     wake_up_ = std::move(made);
     duties_ = std::move(wanted);
+    have_folders_changed_ = false;
     reports_.begin(wake_up_.number());
 }
 
@@ -145,14 +147,22 @@ void service::run()
             serve();
         } catch (const std::exception &error) {
             CriticalLog(driver_log(), "Unexpected failure of the service thread: %s", error.what());
+            // A want of memory would be met again at once. What is not done yet is tried again.
+            if (working.owns_lock())
+                working.unlock();
+            poll(nullptr, 0, rest_after_failure_ms);
+            working.lock();
         }
     }
 }
 
 void service::serve()
 {
-    if (is_running_ && duties_.folders && duties_.folders->take_changes())
+    have_folders_changed_ =
+        (is_running_ && duties_.folders && duties_.folders->take_changes()) || have_folders_changed_;
+    if (is_running_ && have_folders_changed_)
         duties_.look_at_folders();
+    have_folders_changed_ = false;
     if (is_running_ && duties_.control)
         duties_.control->serve();
 }
@@ -217,7 +227,7 @@ void service::wait(std::unique_lock<std::mutex> &working)
         waited_for.push_back({duties_.folders->descriptor_to_poll(), POLLIN, 0});
     if (duties_.control)
         duties_.control->add_to(waited_for);
-    const int time = milliseconds_until(next_time());
+    const int time = have_folders_changed_ ? 0 : milliseconds_until(next_time());
     working.unlock();
     poll(waited_for.data(), waited_for.size(), time);
     working.lock();

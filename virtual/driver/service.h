@@ -76,7 +76,8 @@ private:
     // the copy has no lock that the thread held.
     std::mutex work_;
     duties duties_;
-    std::mutex times_lock_; // over the next
+    bool have_folders_changed_ = false; // and were not looked at yet
+    std::mutex times_lock_;             // over the next
     std::multimap<clock::time_point, std::function<void()>> times_;
 };
 

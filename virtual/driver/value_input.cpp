@@ -65,7 +65,7 @@ value_input read_text(const option_definition &option, const void *data, long le
         return fits && is_utf8(wanted) ? value_input{value_input::exact, wanted} : refusal;
     }
     for (const option_value &value : option.values)
-        if (as_shown(std::get<std::string>(value), option.size) == wanted)
+        if (as_shown(std::get<text_value>(value), option.size) == wanted)
             return {value_input::exact, value};
     if (std::find(option.values.begin(), option.values.end(), option_value(wanted)) == option.values.end())
         return refusal;
