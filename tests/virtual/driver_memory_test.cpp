@@ -9,11 +9,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <new>
 #include <ostream>
 #include <sys/mman.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -298,6 +300,39 @@ TEST(driver_initialisation, answers_258_when_there_is_no_room_for_its_profile)
     EXPECT_EQ(0, kx_scanner_enum(&record, &count, 1));
     EXPECT_STREQ("virtual:duplex-feeder", record.name);
     EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+// A frontend that listens, on a thread whose allocations count from its first question on.
+int count_on_this_thread(void *, int, void *, unsigned int *, void *)
+{
+    alignas(faulty_memory::inside) static unsigned char place[sizeof(faulty_memory::inside)];
+    new (place) faulty_memory::inside; // as long as the thread lives
+    return 0;
+}
+
+TEST(driver_thread, lives_on_when_memory_is_short)
+{
+    const environment_variable faults("PELVIRTUAL_FAULTS", "event button every 2 ms always");
+    for (std::size_t nth = 0; nth < 24; ++nth) {
+        SCOPED_TRACE("allocation " + std::to_string(nth));
+        const temporary_folder folder;
+        const environment_variable level("PELLOG_LEVEL", "warn");
+        const environment_variable file("PELLOG_FILE", folder.file("log").c_str());
+        faulty_memory::count_c_libraries(true);
+        faulty_memory::reset();
+        faulty_memory::fail(nth, shortage::single);
+        ASSERT_EQ(0, kx_scanner_initialize(count_on_this_thread, nullptr));
+        void *handle = nullptr;
+        EXPECT_EQ(0, kx_scanner_open(&handle, "", 0, nullptr, nullptr, nullptr, nullptr));
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (content_of(folder.file("log")).empty() && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        EXPECT_EQ(0, kx_scanner_close(handle, 1));
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+        EXPECT_TRUE(faulty_memory::has_failed());
+        EXPECT_NE("", content_of(folder.file("log")));
+        faulty_memory::reset();
+    }
 }
 
 TEST_P(driver_memory, may_run_short_once)
