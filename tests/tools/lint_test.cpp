@@ -201,6 +201,32 @@ TEST_F(lint, finds_a_size_without_room_for_the_longest_value)
                  "option 1, is-flag, /size: error: 1 bytes where 4 are needed [size-too-small]");
 }
 
+TEST_F(lint, finds_texts_that_are_longer_than_their_size)
+{
+    const auto texts_with = [this](const std::string &keys) {
+        write_file("texts", R"("note" : {"type": "string", "title": "Note", "desc": "A note", )" + keys + "}\n");
+        return inspect({"lint", path("texts")});
+    };
+    const std::string end = "\n" + path("texts") + ": errors: 1, warnings: 0\n";
+    EXPECT_EQ(texts_with(R"("size": 4, "cur": "four", "default": "")").output,
+              "option 1, note, /cur: error: 5 bytes with the NUL, and the size is 4: applications are given more than "
+              "they have room for [text-too-long]" +
+                  end);
+    EXPECT_EQ(texts_with(R"("size": 4, "cur": "", "default": "双面")").output,
+              "option 1, note, /default: error: 7 bytes with the NUL, and the size is 4: applications are given more "
+              "than they have room for [text-too-long]" +
+                  end);
+    EXPECT_EQ(texts_with(R"("size": 5, "cur": "four", "default": "four")").status, 0);
+    // As it is delivered: what would be a word's number elsewhere is not translated here.
+    EXPECT_EQ(
+        texts_with(R"("size": 13, "cur": "1012.00000000", "default": "")").output,
+        "option 1, note, /cur: error: 14 bytes with the NUL, and the size is 13: applications are given more than "
+        "they have room for [text-too-long]" +
+            end);
+    EXPECT_EQ(texts_with(R"("size": -4, "cur": "", "default": "")").output,
+              "option 1, note, /size: error: -4 bytes where 1 are needed [size-too-small]" + end);
+}
+
 TEST_F(lint, finds_types_that_yield_no_descriptor)
 {
     expect_error(lint_options(option("resolution", R"("type": "integer", "default": 75)")),

@@ -82,14 +82,24 @@ void lint_value(const examined_option &option, const char *key, report &found)
                 fmt::format("{} is outside the option's own range", value.empty() ? "an empty text" : value));
 }
 
-std::size_t longest_text(const examined_option &option)
+std::size_t longest_word(const examined_option &option)
 {
     std::size_t longest = 0;
     for (const std::string &text : allowed_texts(option))
         longest = std::max(longest, text.size());
-    for (const char *const key : {"default", "cur"})
-        longest = std::max(longest, text_at(option, key).size());
     return longest;
+}
+
+// The backend delivers a text as the driver gives it, and whole: beyond what an application was told to make room for.
+void lint_length(const examined_option &option, const char *key, int size, report &found)
+{
+    std::string text;
+    option.description.get_value_as_string(key, text, false);
+    if (text.size() >= static_cast<std::size_t>(size))
+        found.error(option, fmt::format("/{}", key), "text-too-long",
+                    fmt::format("{} bytes with the NUL, and the size is {}: applications are given more than they have "
+                                "room for",
+                                text.size() + 1, size));
 }
 
 void lint_size(const examined_option &option, report &found)
@@ -98,7 +108,10 @@ void lint_size(const examined_option &option, report &found)
         return;
     int size = 0;
     option.description.get_value("size", size);
-    const std::size_t needed = option.type == "string" ? longest_text(option) + 1 : sizeof(SANE_Word);
+    const std::size_t needed = option.type == "string" ? longest_word(option) + 1 : sizeof(SANE_Word);
+    if (option.type == "string" && size > 0)
+        for (const char *const key : {"default", "cur"})
+            lint_length(option, key, size, found);
     if (size == 0)
         found.error(option, "/size", "no-size",
                     fmt::format("a \"{}\" without a size: applications take it for empty", option.type));

@@ -50,13 +50,18 @@ std::vector<option_text> texts_in_lines(const std::string &content)
     return texts;
 }
 
+std::size_t length_of(const json_value &word)
+{
+    return word.is_string() ? word.get_ref<const std::string &>().size() : 0;
+}
+
 std::size_t longest_word(const json_value &option)
 {
-    std::size_t longest = 0;
+    std::size_t longest = length_of(option.value("default", json_value()));
     const auto range = option.find("range");
     if (range != option.end() && range->is_array())
         for (const json_value &word : *range)
-            longest = std::max(longest, word.is_string() ? word.get_ref<const std::string &>().size() : 0);
+            longest = std::max(longest, length_of(word));
     return longest;
 }
 
