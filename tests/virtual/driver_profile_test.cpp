@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Profiles: another device in a file, and files with mistakes, each of which is named with its place.
+#include "../json/foreign_locale.h"
 #include "driver_fixture.h"
 
 #include <sys/stat.h>
@@ -68,6 +69,30 @@ TEST_F(driver_profile, may_describe_another_device)
         EXPECT_EQ(3U, device.scan_all().size());
     }
     EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+TEST_F(driver_profile, has_its_fractions_in_every_locale)
+{
+    const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
+        {"name": "gamma", "type": "float", "title": 1, "desc": 2, "range": {"min": 0.25, "max": 9.5, "step": 0.75},
+         "default": 2.5})"));
+    for (const char *const language : {"de_DE", "ps_AF"}) {
+        const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+        std::string text;
+        {
+            foreign_locale locale(language);
+            locale.install();
+            ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+            text = scanner("test:one").text("gamma");
+            EXPECT_EQ(locale.name(), std::setlocale(LC_ALL, nullptr)) << language;
+        }
+        const auto option = json::parse("{" + text + "}").at("gamma");
+        EXPECT_EQ(0.25, option.at("range").at("min")) << language;
+        EXPECT_EQ(9.5, option.at("range").at("max")) << language;
+        EXPECT_EQ(0.75, option.at("range").at("step")) << language;
+        EXPECT_EQ(2.5, option.at("cur")) << language;
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+    }
 }
 
 TEST_F(driver_profile, without_sizes_tells_those_of_the_longest_words_in_all_languages)

@@ -4,6 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <future>
+#include <langinfo.h>
+#include <locale.h>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -70,12 +74,30 @@ private:
 
 } // namespace
 
+// The parser reads fractions as the locale has them, and knows decimal points of one byte. Where the point is longer,
+// as under ps_AF, a thread of its own works in the C locale: the host's is not this library's to change.
+template <typename Work> auto where_points_are_short(Work work)
+{
+    if (std::strlen(nl_langinfo(RADIXCHAR)) <= 1)
+        return work();
+    return std::async(std::launch::async,
+                      [&work] {
+                          static const locale_t c_locale =
+                              newlocale(LC_ALL_MASK, "C", nullptr); // never freed: a constant
+                          uselocale(c_locale);
+                          return work();
+                      })
+        .get();
+}
+
 json parse_json(std::string_view text)
 {
-    key_watch watch;
-    return json::parse(text, [&](int, json::parse_event_t event, const json &parsed) {
-        watch.follow(event, parsed);
-        return true;
+    return where_points_are_short([text] {
+        key_watch watch;
+        return json::parse(text, [&](int, json::parse_event_t event, const json &parsed) {
+            watch.follow(event, parsed);
+            return true;
+        });
     });
 }
 
