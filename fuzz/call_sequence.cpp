@@ -2,8 +2,9 @@
 // An application and a driver that are both as bad as they may be. The input begins with lines, the texts of the
 // driver's options, up to an empty line; the bytes after it are steps: calls of the entry points in any order, and what
 // the driver does meanwhile (a surprise, events, another language, other options). The application keeps
-// to SANE's rules for memory alone: its buffers are as large as the descriptor says, or as the longest text that the
-// driver has. After every step all descriptors that it was ever given have to be sound, until their device is closed.
+// to SANE's rules for memory alone: its buffers have just the room that value_room.h says, and end at an unreadable
+// page. After every step all descriptors that it was ever given have to be sound, until their device is closed.
+#include "guarded_memory.h"
 #include "input.h"
 #include "option_ids.h"
 #include "option_key.h"
@@ -11,6 +12,7 @@
 #include "platform.h"
 #include "sane_ex.h"
 #include "sane_pelsane.h"
+#include "value_room.h"
 
 #include <algorithm>
 #include <cstring>
@@ -25,7 +27,7 @@ constexpr std::size_t most_options = 16;
 constexpr int most_steps = 48;
 constexpr std::size_t most_devices = 3;
 constexpr int most_bytes = 1 << 16; // of a value; larger options are left alone
-constexpr std::size_t largest_item = 1312;
+constexpr int driver_log = 39171;
 
 constexpr int answers[] = {SCANNER_ERR_OK,
                            SCANNER_ERR_INVALID_PARAMETER,
@@ -43,6 +45,7 @@ constexpr int answers[] = {SCANNER_ERR_OK,
 struct held_descriptor {
     SANE_Handle handle;
     const SANE_Option_Descriptor *descriptor;
+    long told_size; // at first; a reload of the same options needs no more, in whatever language
 };
 
 int answer_event(void *, int event, void *data, unsigned int *, void *parameter)
@@ -54,11 +57,7 @@ int answer_event(void *, int event, void *data, unsigned int *, void *parameter)
 
 class application {
 public:
-    explicit application(input &bytes) : bytes_(bytes)
-    {
-        for (const auto &text : platform::the_script().options)
-            longest_ = std::max(longest_, text.size() + 1);
-    }
+    explicit application(input &bytes) : bytes_(bytes) {}
 
     void init()
     {
@@ -141,12 +140,14 @@ public:
         const void *const key = any_key();
         const auto action = static_cast<SANE_Action>(bytes_.pick(actions));
         const SANE_Option_Descriptor *const descriptor = describe(handle, key);
-        if (descriptor != nullptr && descriptor->size > most_bytes)
+        const long room = room_for(handle, key, action, descriptor);
+        if (room > most_bytes)
             return;
         platform::the_script().write_code = bytes_.pick(answers);
         SANE_Int info = 0;
         SANE_Int *const wanted_info = bytes_.byte() % 2 == 0 ? &info : nullptr;
-        void *const value = value_for(descriptor, action == SANE_ACTION_SET_VALUE);
+        const guarded_memory buffer(room);
+        void *const value = value_in(buffer, descriptor, action == SANE_ACTION_SET_VALUE);
         if (option_key::is_name(key))
             sane_pelsane_control_option_ex(handle, key, action, value, wanted_info);
         else
@@ -221,6 +222,7 @@ public:
     void exchange_options()
     {
         auto &options = platform::the_script().options;
+        are_exchanged_ = true;
         if (!options.empty())
             std::swap(options[bytes_.index(options.size())], options[bytes_.index(options.size())]);
     }
@@ -268,25 +270,64 @@ private:
     {
         if (descriptor == nullptr)
             return;
-        const bool is_held = std::any_of(held_.begin(), held_.end(), [=](const held_descriptor &held) {
-            return held.descriptor == descriptor && held.handle == handle;
-        });
-        if (!is_held)
-            held_.push_back({handle, descriptor});
+        if (find_held(handle, descriptor) == held_.end())
+            held_.push_back({handle, descriptor, descriptor->size});
     }
 
-    // A buffer with a value from the input, or for a set one of the listed texts itself.
-    void *value_for(const SANE_Option_Descriptor *descriptor, bool is_set)
+    std::vector<held_descriptor>::const_iterator find_held(SANE_Handle handle,
+                                                           const SANE_Option_Descriptor *descriptor) const
+    {
+        return std::find_if(held_.begin(), held_.end(), [=](const held_descriptor &held) {
+            return held.descriptor == descriptor && held.handle == handle;
+        });
+    }
+
+    // Options that the driver exchanged have to be described again.
+    long told_size(SANE_Handle handle, const SANE_Option_Descriptor *told) const
+    {
+        if (told == nullptr || are_exchanged_)
+            return told != nullptr ? long{told->size} : not_told;
+        return find_held(handle, told)->told_size;
+    }
+
+    static bool is_driver_log(const void *key)
+    {
+        if (option_key::is_name(key))
+            return std::strcmp(option_key::name_of(key), "drv-log") == 0;
+        return option_key::number_of(key) == driver_log;
+    }
+
+    // A number that is both an item's and an option's is read as the item, and written as the option.
+    long room_for(SANE_Handle handle, const void *key, SANE_Action action, const SANE_Option_Descriptor *told) const
+    {
+        const long item = room_for_item(key);
+        const long size = told_size(handle, told);
+        const std::string text = platform::text_of(key);
+        switch (static_cast<int>(action)) {
+        case SANE_ACTION_GET_VALUE:
+            return item != 0 ? item : room_for_value(size, text);
+        case SANE_ACTION_GET_DEFAULT:
+            return room_for_default(size, text);
+        case SANE_ACTION_GET_FIXED_ID:
+            return sizeof(SANE_Word);
+        case SANE_ACTION_SET_AUTO:
+            return item != 0 && told == nullptr ? item : std::max(room_for_set(told), room_for_default(size, text));
+        default:
+            return item != 0 && (told == nullptr || is_driver_log(key)) ? item : room_for_set(told);
+        }
+    }
+
+    // A value from the input in all of the buffer, or for a set one of the listed texts itself.
+    void *value_in(const guarded_memory &buffer, const SANE_Option_Descriptor *told, bool is_set)
     {
         const unsigned int kind = bytes_.byte();
-        const bool is_listed = descriptor != nullptr && descriptor->constraint_type == SANE_CONSTRAINT_STRING_LIST;
+        const bool is_listed = told != nullptr && told->constraint_type == SANE_CONSTRAINT_STRING_LIST;
         if (is_set && is_listed && kind % 8 == 0)
-            return const_cast<char *>(descriptor->constraint.string_list[0]);
-        const std::size_t size = descriptor != nullptr ? static_cast<std::size_t>(descriptor->size) : 0;
-        value_ = std::vector<char>(std::max({size, longest_, largest_item}) + 1);
+            return const_cast<char *>(told->constraint.string_list[0]);
         const std::string content = kind % 4 == 1 ? bytes_.line() : word();
-        content.copy(value_.data(), value_.size() - 1);
-        return value_.data();
+        const bool ends_with_nul = told != nullptr && told->type == SANE_TYPE_STRING && buffer.size() != 0;
+        content.copy(buffer.data(), buffer.size() - (ends_with_nul ? 1 : 0));
+        return buffer.data();
     }
 
     std::string word()
@@ -302,11 +343,10 @@ private:
     }
 
     input &bytes_;
-    std::size_t longest_ = 0;
     int event_answer_ = 0;
+    bool are_exchanged_ = false;
     std::vector<SANE_Handle> handles_;
     std::vector<held_descriptor> held_;
-    std::vector<char> value_;
 };
 
 using step = void (application::*)();

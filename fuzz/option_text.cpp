@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Each line is the driver's text of an option: fetched, split, parsed, built, registered and read, as an application
-// that lists a device's options has it. The same texts have to give the same options again, at the same addresses,
-// after a reload, and a switch has to leave every dependent option as its record says.
+// that lists a device's options has it, into buffers of the size that it was told. The same texts have to give the same
+// options again, at the same addresses, after a reload, and a switch has to leave every dependent option as its record
+// says.
+#include "guarded_memory.h"
 #include "input.h"
 #include "option_key.h"
 #include "oracle.h"
 #include "platform.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+#include "sane_pelsane.h"
+#include "value_room.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -37,6 +43,16 @@ SANE_Option_Descriptor *descriptor_of(void *handle, const void *option)
     return backend().get_option_descriptor(handle, option, nullptr, nullptr);
 }
 
+// A size that the backend chose holds the longest text and its NUL. One that is just as long as that text is the
+// driver's.
+void require_room_for_texts(const SANE_Option_Descriptor &descriptor, const void *option)
+{
+    int size = 0;
+    json(kx_sane_middleware::split_name(platform::text_of(option).c_str(), nullptr)).get_value("size", size);
+    if (descriptor.constraint_type == SANE_CONSTRAINT_STRING_LIST && descriptor.size != size)
+        require(longest_listed(descriptor) < static_cast<std::size_t>(descriptor.size), "a size has room for the NUL");
+}
+
 // All options there are, well-known ones behind the driver's.
 std::vector<listed_option> list(void *handle)
 {
@@ -44,9 +60,12 @@ std::vector<listed_option> list(void *handle)
     const int count = static_cast<int>(platform::the_script().options.size()) + 1 + most_well_known;
     std::vector<listed_option> options;
     for (int number = 0; number < count; ++number) {
-        const auto *descriptor = descriptor_of(handle, option_key::from_number(number));
-        if (descriptor != nullptr)
+        const void *const key = option_key::from_number(number);
+        const auto *descriptor = descriptor_of(handle, key);
+        if (descriptor != nullptr) {
             require_sound(*descriptor);
+            require_room_for_texts(*descriptor, key);
+        }
         options.push_back({descriptor, descriptor != nullptr ? description_of(*descriptor) : ""});
     }
     return options;
@@ -60,23 +79,53 @@ void require_found_by_name(const _dev_inst &device)
     }
 }
 
-std::string current_value(void *handle, const void *option)
+// As an application has it, "none" where there is no value.
+std::string value_of(void *handle, int number, const SANE_Option_Descriptor &told, int action, long room)
 {
+    const guarded_memory value(room, 'u');
+    const auto status =
+        sane_pelsane_control_option(handle, number, static_cast<SANE_Action>(action), value.data(), nullptr);
+    if (status != SANE_STATUS_GOOD)
+        return "none";
+    require(told.type != SANE_TYPE_STRING || value.is_terminated(), "a text has an end");
+    return told.type == SANE_TYPE_STRING ? value.text() : value.bytes();
+}
+
+// The block that callers within the backend get holds the same as an application's buffer.
+void require_same_block(const std::string &read, const void *block, const SANE_Option_Descriptor &told)
+{
+    if (block == nullptr)
+        require(read == "none", "what can be read can be read as a block");
+    else if (told.type == SANE_TYPE_STRING)
+        require(read == static_cast<const char *>(block), "a block has the same text");
+    else
+        require(std::memcmp(read.data(), block, sizeof(SANE_Word)) == 0, "a block has the same word");
+}
+
+void require_steady_value(void *handle, int number, const SANE_Option_Descriptor &told)
+{
+    const void *const key = option_key::from_number(number);
+    const std::string text = platform::text_of(key);
+    const long room = room_for_value(told.size, text);
+    const std::string value = value_of(handle, number, told, SANE_ACTION_GET_VALUE, room);
+    require(value == value_of(handle, number, told, SANE_ACTION_GET_VALUE, room), "a value is read twice alike");
     SANE_Value_Type type = SANE_TYPE_BUTTON;
-    const auto value = backend().get_cur_value(handle, option, &type);
-    return value != nullptr ? kx_sane_middleware::option_value_2_string(type, value.get()) : "none";
+    require_same_block(value, backend().get_cur_value(handle, key, &type).get(), told);
+    const std::string by_default =
+        value_of(handle, number, told, SANE_ACTION_GET_DEFAULT, room_for_default(told.size, text));
+    int bytes = 0;
+    const auto block = backend().get_def_value(handle, key, &bytes, true);
+    require(bytes >= 0 && (block != nullptr || bytes == 0), "only a default has bytes");
+    require_same_block(by_default, block.get(), told);
 }
 
 void require_steady_values(void *handle, const std::vector<listed_option> &options)
 {
-    for (std::size_t number = 1; number < options.size(); ++number) {
-        if (options[number].descriptor == nullptr || options[number].descriptor->size > most_bytes)
-            continue;
-        const void *const key = option_key::from_number(static_cast<int>(number));
-        require(current_value(handle, key) == current_value(handle, key), "a value is read twice alike");
-        int bytes = 0;
-        const auto by_default = backend().get_def_value(handle, key, &bytes, true);
-        require(bytes >= 0 && (by_default != nullptr || bytes == 0), "only a default has bytes");
+    for (std::size_t i = 1; i < options.size(); ++i) {
+        const auto *const told = options[i].descriptor;
+        const bool has_value = told != nullptr && told->type != SANE_TYPE_BUTTON && told->type != SANE_TYPE_GROUP;
+        if (has_value && told->size <= most_bytes)
+            require_steady_value(handle, static_cast<int>(i), *told);
     }
 }
 

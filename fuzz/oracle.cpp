@@ -2,6 +2,7 @@
 // The SANE standard's section 4.2.9 says what a descriptor is; the limits beyond it are this backend's own.
 #include "oracle.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,8 +18,7 @@ void require_sound_texts(const SANE_Option_Descriptor &descriptor)
 {
     require(descriptor.type == SANE_TYPE_STRING, "only a text has a list of texts");
     require(descriptor.constraint.string_list[0] != nullptr, "a list of texts is not empty");
-    for (const auto *text = descriptor.constraint.string_list; *text != nullptr; ++text)
-        require(std::strlen(*text) <= static_cast<std::size_t>(descriptor.size), "a listed text fits the size");
+    require(longest_listed(descriptor) <= static_cast<std::size_t>(descriptor.size), "a listed text fits the size");
 }
 
 void require_sound_constraint(const SANE_Option_Descriptor &descriptor)
@@ -68,6 +68,15 @@ void require(bool holds, const char *expectation)
         return;
     std::fprintf(stderr, "does not hold: %s\n", expectation);
     std::abort();
+}
+
+std::size_t longest_listed(const SANE_Option_Descriptor &descriptor)
+{
+    std::size_t longest = 0;
+    if (descriptor.constraint_type == SANE_CONSTRAINT_STRING_LIST)
+        for (const auto *text = descriptor.constraint.string_list; *text != nullptr; ++text)
+            longest = std::max(longest, std::strlen(*text));
+    return longest;
 }
 
 void require_sound(const SANE_Option_Descriptor &descriptor)

@@ -5,14 +5,19 @@
 
 #include <sane/sane.h>
 
+#include <cstddef>
 #include <string>
 
 // Ends the process, which is how a fuzzer learns of a finding, with `expectation` as the reason.
 void require(bool holds, const char *expectation);
 
 // A descriptor as an application may rely on it: terminated texts, known type, unit and capabilities, a constraint that
-// fits the type and can be read to its end, a size that holds the listed texts.
+// fits the type and can be read to its end, a size that the listed texts do not exceed. Their terminators need not fit:
+// a driver's size is taken as it is where it is as long as the longest text.
 void require_sound(const SANE_Option_Descriptor &descriptor);
+
+// The length of the longest text that is listed, 0 without a list.
+std::size_t longest_listed(const SANE_Option_Descriptor &descriptor);
 
 // Everything that a descriptor says, as a text to compare.
 std::string description_of(const SANE_Option_Descriptor &descriptor);

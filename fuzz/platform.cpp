@@ -168,6 +168,12 @@ std::size_t open_devices()
     return the_state.handles.size();
 }
 
+std::string text_of(const void *option)
+{
+    const std::size_t number = number_of_key(option);
+    return number != 0 ? the_state.told.options[number - 1] : "";
+}
+
 int send_event(int event)
 {
     return send(the_state.handles.empty() ? nullptr : the_state.handles.back(), event);

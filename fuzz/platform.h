@@ -48,6 +48,9 @@ script &the_script();
 
 std::size_t open_devices();
 
+// What the driver has under an option key, if nothing surprises it; empty when there is no such option.
+std::string text_of(const void *option);
+
 // Sends an event to what the backend registered; 0 when nothing is.
 int send_event(int event);
 
