@@ -46,10 +46,11 @@ public:
     static guarded_memory of_text(std::string_view text, long size) { return {size, text.substr(0, text_room(size))}; }
     // One that ends right behind its NUL, as saned has it, whatever the option's size is.
     static guarded_memory of_text(std::string_view text) { return {static_cast<long>(text.size()) + 1, text}; }
-    static guarded_memory of_word(SANE_Word word)
+    template <typename Number> static guarded_memory of_number(Number number)
     {
-        return {sizeof(word), {reinterpret_cast<const char *>(&word), sizeof(word)}};
+        return {sizeof(number), {reinterpret_cast<const char *>(&number), sizeof(number)}};
     }
+    static guarded_memory of_word(SANE_Word word) { return of_number(word); }
 
     [[nodiscard]] char *data() const { return data_; }
     [[nodiscard]] std::size_t size() const { return size_; }
