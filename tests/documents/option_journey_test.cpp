@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The journey of doc/option_journey.md, made by an application on the virtual scanner: the document's blocks "calls"
 // and "log", one after the other, are what the driver was asked and what was logged, line by line.
+#include "guarded_memory.h"
 #include "sane_client.h"
 
-#include <array>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -73,7 +73,7 @@ protected:
     {
         std::filesystem::resize_file(calls_, 0);
         std::filesystem::resize_file(log_, 0);
-        std::array<char, 64> shape{"Concave"};
+        const auto shape = guarded_memory::of_text("Concave", sane_get_option_descriptor(handle(), shape_)->size);
         answer given{};
         given.status = sane_control_option(handle(), shape_, SANE_ACTION_SET_VALUE, shape.data(), &given.info);
         const auto *const margin = sane_get_option_descriptor(handle(), margin_);

@@ -46,9 +46,10 @@ public:
     static guarded_memory of_text(std::string_view text, long size) { return {size, text.substr(0, text_room(size))}; }
     // One that ends right behind its NUL, as saned has it, whatever the option's size is.
     static guarded_memory of_text(std::string_view text) { return {static_cast<long>(text.size()) + 1, text}; }
+    static guarded_memory of_bytes(std::string_view bytes) { return {static_cast<long>(bytes.size()), bytes}; }
     template <typename Number> static guarded_memory of_number(Number number)
     {
-        return {sizeof(number), {reinterpret_cast<const char *>(&number), sizeof(number)}};
+        return of_bytes({reinterpret_cast<const char *>(&number), sizeof(number)});
     }
     static guarded_memory of_word(SANE_Word word) { return of_number(word); }
 

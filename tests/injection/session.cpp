@@ -2,6 +2,7 @@
 // The session. The platform is scripted anew for each; what an application allocates itself is not the backend's.
 #include "session.h"
 
+#include "guarded_memory.h"
 #include "memory.h"
 #include "platform.h"
 #include "sane_ex.h"
@@ -120,46 +121,27 @@ std::string shown(const SANE_Option_Descriptor &desc)
            " cap " + std::to_string(desc.cap & ~SANE_CAP_INACTIVE) + shown_constraint(desc);
 }
 
-// A value buffer of an application: `size` bytes and a margin that nobody may touch.
+// A value buffer of an application, which ends where the option's size does.
 class value_buffer {
 public:
-    explicit value_buffer(std::size_t size) : size_(size), bytes_(size + margin, untouched) {}
-    value_buffer(std::size_t size, const std::string &text) : value_buffer(size)
+    explicit value_buffer(std::size_t size) : memory_(static_cast<long>(size), untouched) {}
+    value_buffer(std::size_t size, const std::string &text)
+        : memory_(guarded_memory::of_text(text, static_cast<long>(size)))
     {
-        std::fill_n(bytes_.begin(), size_, '\0');
-        text.copy(bytes_.data(), size_);
     }
-    explicit value_buffer(SANE_Word word) : value_buffer(sizeof word)
-    {
-        std::memcpy(bytes_.data(), &word, sizeof word);
-    }
+    explicit value_buffer(SANE_Word word) : memory_(guarded_memory::of_word(word)) {}
 
-    [[nodiscard]] char *data() { return bytes_.data(); }
-
-    [[nodiscard]] std::string word() const
-    {
-        SANE_Word word = 0;
-        std::memcpy(&word, bytes_.data(), sizeof word);
-        return std::to_string(word) + damage();
-    }
+    [[nodiscard]] char *data() const { return memory_.data(); }
+    [[nodiscard]] std::string word() const { return std::to_string(memory_.word()); }
 
     [[nodiscard]] std::string text() const
     {
-        const std::string all(bytes_.data(), size_);
-        return all.substr(0, std::min(all.find('\0'), all.find(untouched))) + damage();
+        const std::string all = memory_.bytes();
+        return all.substr(0, std::min(all.find('\0'), all.find(untouched)));
     }
 
 private:
-    static constexpr std::size_t margin = 16;
-
-    [[nodiscard]] std::string damage() const
-    {
-        const auto begin = bytes_.begin() + static_cast<std::ptrdiff_t>(size_);
-        return std::count(begin, bytes_.end(), untouched) == margin ? "" : " and beyond its end";
-    }
-
-    std::size_t size_;
-    std::vector<char> bytes_;
+    guarded_memory memory_;
 };
 
 class application {

@@ -129,14 +129,14 @@ TEST_F(control_option, the_drivers_log_is_reached_with_the_handle_as_given)
 {
     open_samples();
     scripted::set_information("drv-log", std::string(100, 'l'));
-    char buffer[256] = {};
+    const guarded_memory buffer(255);
     SANE_Int info = untouched;
-    EXPECT_EQ(control(39171, SANE_ACTION_GET_VALUE, buffer, &info), SANE_STATUS_GOOD);
-    EXPECT_EQ(std::string(buffer), std::string(100, 'l'));
-    EXPECT_EQ(control("drv-log", SANE_ACTION_GET_VALUE, buffer, &info), SANE_STATUS_GOOD);
-    std::strcpy(buffer, "level 3");
-    EXPECT_EQ(control(39171, SANE_ACTION_SET_VALUE, buffer, &info), SANE_STATUS_GOOD);
-    EXPECT_EQ(control("drv-log", SANE_ACTION_SET_VALUE, buffer, &info), SANE_STATUS_GOOD);
+    EXPECT_EQ(control(39171, SANE_ACTION_GET_VALUE, buffer.data(), &info), SANE_STATUS_GOOD);
+    EXPECT_EQ(buffer.text(), std::string(100, 'l'));
+    EXPECT_EQ(control("drv-log", SANE_ACTION_GET_VALUE, buffer.data(), &info), SANE_STATUS_GOOD);
+    const guarded_memory level = guarded_memory::of_text("level 3", 255);
+    EXPECT_EQ(control(39171, SANE_ACTION_SET_VALUE, level.data(), &info), SANE_STATUS_GOOD);
+    EXPECT_EQ(control("drv-log", SANE_ACTION_SET_VALUE, level.data(), &info), SANE_STATUS_GOOD);
     EXPECT_EQ(info, untouched);
     EXPECT_EQ(scripted::record(), (texts{"kx_scanner_get_parameter(0x100000003,drv-log,buffer,255,null)",
                                          "kx_scanner_get_parameter(0x100000003,drv-log,buffer,255,null)",
@@ -149,9 +149,9 @@ TEST_F(control_option, the_drivers_log_needs_no_open_device)
     open_samples();
     scripted::set_information("drv-log", std::string("lines"));
     handle_ = handle_of(0x700000001);
-    char buffer[256] = {};
-    EXPECT_EQ(control(39171, SANE_ACTION_GET_VALUE, buffer), SANE_STATUS_GOOD);
-    EXPECT_STREQ(buffer, "lines");
+    const guarded_memory buffer(255);
+    EXPECT_EQ(control(39171, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(buffer.text(), "lines");
 }
 
 TEST_F(control_option, the_drivers_log_answers_by_the_table_of_codes)
@@ -159,11 +159,11 @@ TEST_F(control_option, the_drivers_log_answers_by_the_table_of_codes)
     open_samples();
     const std::pair<int, int> answers[] = {{0, 0}, {256, 4}, {258, 10}, {259, 11}, {262, 0}, {0xDE02, 3}, {999, 999}};
     for (const auto &[code, status] : answers) {
-        char buffer[256] = {};
+        const guarded_memory buffer(255);
         scripted::answer("kx_scanner_get_parameter", code, 1);
-        EXPECT_EQ(control(39171, SANE_ACTION_GET_VALUE, buffer), status) << code;
+        EXPECT_EQ(control(39171, SANE_ACTION_GET_VALUE, buffer.data()), status) << code;
         scripted::answer("kx_scanner_set_parameter", code, 1);
-        EXPECT_EQ(control("drv-log", SANE_ACTION_SET_VALUE, buffer), status) << code;
+        EXPECT_EQ(control("drv-log", SANE_ACTION_SET_VALUE, buffer.data()), status) << code;
     }
 }
 
@@ -171,9 +171,9 @@ TEST_F(control_option, the_drivers_log_knows_no_other_action)
 {
     open_samples();
     for (const int action : {2, 100, 101, 7}) {
-        char buffer[256] = {};
-        EXPECT_EQ(control(39171, action, buffer), SANE_STATUS_INVAL) << action;
-        EXPECT_EQ(control("drv-log", action, buffer), SANE_STATUS_INVAL) << action;
+        const guarded_memory buffer(255);
+        EXPECT_EQ(control(39171, action, buffer.data()), SANE_STATUS_INVAL) << action;
+        EXPECT_EQ(control("drv-log", action, buffer.data()), SANE_STATUS_INVAL) << action;
     }
     EXPECT_TRUE(scripted::record().empty());
 }

@@ -11,19 +11,19 @@ constexpr char filler = '\x5A';
 
 class current_value : public option_device {
 protected:
-    // A read into a buffer of filler bytes, and what it then holds.
+    // A read into a buffer of filler bytes that ends with its room, and what it then holds.
     std::string read(SANE_Int number, std::size_t room, int expected = SANE_STATUS_GOOD)
     {
-        std::string buffer(room, filler);
+        const guarded_memory buffer(static_cast<long>(room), filler);
         EXPECT_EQ(control(number, SANE_ACTION_GET_VALUE, buffer.data()), expected);
-        return buffer;
+        return buffer.bytes();
     }
 
     SANE_Word read_word(SANE_Int number)
     {
-        SANE_Word word = 0;
-        std::memcpy(&word, read(number, sizeof(word)).data(), sizeof(word));
-        return word;
+        const guarded_memory word = guarded_memory::of_word(0);
+        EXPECT_EQ(control(number, SANE_ACTION_GET_VALUE, word.data()), SANE_STATUS_GOOD);
+        return word.word();
     }
 };
 
@@ -94,7 +94,7 @@ TEST_F(current_value, texts_fill_the_options_size)
     open_device();
     for (const auto &c : cases) {
         scripted::set_option(1, "opt", c.description);
-        EXPECT_EQ(read(1, 80), c.bytes + std::string(80 - c.bytes.size(), filler)) << c.description;
+        EXPECT_EQ(read(1, c.bytes.size()), c.bytes) << c.description; // with the room of a text that exceeds its size
     }
 }
 
@@ -144,10 +144,10 @@ TEST_F(current_value, what_cannot_be_read_is_an_io_error)
     open_with("opt", R"({"type":"string","size":4,"cur":"abc"})");
     for (const char *description : {"{", "{}", R"({"cur":5})", R"({"type":1,"cur":5})", "", "[]"}) {
         scripted::set_option(1, "opt", description);
-        EXPECT_EQ(read(1, 8, SANE_STATUS_IO_ERROR), std::string(8, filler)) << description;
+        EXPECT_EQ(read(1, 4, SANE_STATUS_IO_ERROR), std::string(4, filler)) << description;
     }
     scripted::remove_option(1);
-    EXPECT_EQ(read(1, 8, SANE_STATUS_IO_ERROR), std::string(8, filler));
+    EXPECT_EQ(read(1, 4, SANE_STATUS_IO_ERROR), std::string(4, filler));
     EXPECT_TRUE(scripted::log_lines().empty());
 }
 
@@ -230,7 +230,7 @@ TEST_F(current_value, information_items_are_read_under_their_names)
         const auto length = static_cast<std::size_t>(item.length);
         scripted::set_information(item.name, scripted::bytes(length, 'v'));
         scripted::forget_record();
-        EXPECT_EQ(read(item.id, length + 10), std::string(length, 'v') + std::string(10, filler)) << item.name;
+        EXPECT_EQ(read(item.id, length), std::string(length, 'v')) << item.name;
         EXPECT_EQ(scripted::record(), (texts{"kx_scanner_get_status(0x100000002,0)",
                                              std::string("kx_scanner_get_parameter(0x100000002,") + item.name +
                                                  ",buffer," + std::to_string(item.length) + ",null)"}))
@@ -242,7 +242,7 @@ TEST_F(current_value, an_information_item_delivers_what_the_driver_has)
 {
     open_device();
     scripted::set_information("dev-sn", std::string("SN1"));
-    EXPECT_EQ(read(34902, 8 + 247), "SN1" + std::string(252, filler));
+    EXPECT_EQ(read(34902, 255), "SN1" + std::string(252, filler));
 }
 
 TEST_F(current_value, the_callers_bytes_reach_the_driver)
@@ -255,10 +255,10 @@ TEST_F(current_value, the_callers_bytes_reach_the_driver)
         *length = 6;
         return std::optional<int>(0);
     };
-    std::string buffer(255, 'q');
+    const guarded_memory buffer(255, 'q');
     EXPECT_EQ(control(39168, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
     EXPECT_EQ(seen, std::string(255, 'q') + std::string(1, '\0'));
-    EXPECT_EQ(buffer, "answer" + std::string(249, 'q'));
+    EXPECT_EQ(buffer.bytes(), "answer" + std::string(249, 'q'));
 }
 
 TEST_F(current_value, an_information_item_that_is_refused_is_an_io_error)
@@ -282,7 +282,7 @@ TEST_F(current_value, an_information_length_beyond_its_buffer_is_cut)
             *length = told;
             return std::optional<int>(0);
         };
-        EXPECT_EQ(read(34889, 4 + 6), "1234" + std::string(6, filler)) << told;
+        EXPECT_EQ(read(34889, 4), "1234") << told;
     }
 }
 
@@ -294,7 +294,7 @@ TEST_F(current_value, a_negative_information_length_is_an_io_error)
             *length = told;
             return std::optional<int>(0);
         };
-        EXPECT_EQ(read(34889, 8, SANE_STATUS_IO_ERROR), std::string(8, filler)) << told;
+        EXPECT_EQ(read(34889, 4, SANE_STATUS_IO_ERROR), std::string(4, filler)) << told;
     }
 }
 

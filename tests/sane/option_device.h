@@ -4,6 +4,7 @@
 #define PELSANE_TESTS_OPTION_DEVICE_H
 
 #include "backend_test.h"
+#include "guarded_memory.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -96,11 +97,11 @@ protected:
         return control(number, SANE_ACTION_SET_VALUE, &word, info);
     }
 
+    // With the room that the option's descriptor tells.
     int set_text(SANE_Int number, const std::string &text, SANE_Int *info = nullptr) const
     {
-        std::vector<char> buffer(text.begin(), text.end());
-        buffer.resize(text.size() + 256);
-        return control(number, SANE_ACTION_SET_VALUE, buffer.data(), info);
+        const guarded_memory value = guarded_memory::of_text(text, descriptor(number)->size);
+        return control(number, SANE_ACTION_SET_VALUE, value.data(), info);
     }
 
     SANE_Handle handle_ = nullptr;

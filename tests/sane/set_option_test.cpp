@@ -159,9 +159,8 @@ TEST_F(set_option, a_text_goes_as_it_is_with_the_options_size)
 TEST_F(set_option, a_text_may_end_right_behind_its_terminator)
 {
     open_samples();
-    const auto text = std::make_unique<char[]>(3);
-    std::strcpy(text.get(), "ab");
-    EXPECT_EQ(control(4, SANE_ACTION_SET_VALUE, text.get()), SANE_STATUS_GOOD);
+    const guarded_memory text = guarded_memory::of_text("ab");
+    EXPECT_EQ(control(4, SANE_ACTION_SET_VALUE, text.data()), SANE_STATUS_GOOD);
     EXPECT_EQ(scripted::writes().at(0).data, (scripted::bytes{'a', 'b'}));
 }
 

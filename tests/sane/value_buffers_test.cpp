@@ -4,7 +4,6 @@
 #include "option_device.h"
 
 #include <cstring>
-#include <memory>
 
 namespace {
 
@@ -72,12 +71,11 @@ TEST_F(value_buffers, a_text_adjusted_to_its_last_byte_ends_there_in_the_log)
 {
     open_samples();
     scripted::answer_write("text", 261, bytes_of(std::string(20, 'x')));
-    const auto text = std::make_unique<char[]>(20); // not a byte more than the option's size
-    std::strcpy(text.get(), "hello");
+    const guarded_memory text = guarded_memory::of_text("hello", 20);
     SANE_Int info = untouched;
-    EXPECT_EQ(control(4, SANE_ACTION_SET_VALUE, text.get(), &info), SANE_STATUS_GOOD);
+    EXPECT_EQ(control(4, SANE_ACTION_SET_VALUE, text.data(), &info), SANE_STATUS_GOOD);
     EXPECT_EQ(info, SANE_INFO_INEXACT);
-    EXPECT_EQ(std::string(text.get(), 20), std::string(20, 'x'));
+    EXPECT_EQ(text.bytes(), std::string(20, 'x'));
     EXPECT_EQ(scripted::log_lines(),
               (texts{"Info: -->Set option(4 - Text) value: hello(Applied: xxxxxxxxxxxxxxxxxxxx)"}));
 }
@@ -191,9 +189,46 @@ TEST_F(value_buffers, a_text_is_padded_no_further_than_the_application_was_told)
 {
     open_with("text", R"({"type":"string","size":8,"cur":"abc"})");
     scripted::set_option(1, "text", R"({"type":"string","size":64,"cur":"abc"})");
-    std::string buffer(12, 'Z');
+    const guarded_memory buffer(8, 'Z');
     EXPECT_EQ(control(1, SANE_ACTION_GET_VALUE, buffer.data()), SANE_STATUS_GOOD);
-    EXPECT_EQ(buffer, std::string("abc\0\0\0\0\0ZZZZ", 12));
+    EXPECT_EQ(buffer.bytes(), std::string("abc\0\0\0\0\0", 8));
+}
+
+TEST_F(value_buffers, a_default_is_not_padded_at_all)
+{
+    open_with("text", R"({"type":"string","size":8,"default":"abc"})");
+    scripted::set_option(1, "text", R"({"type":"string","size":64,"default":"abc"})");
+    const guarded_memory buffer(8, 'Z');
+    EXPECT_EQ(control(1, SANE_ACTION_GET_DEFAULT, buffer.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(buffer.bytes(), std::string("abc\0ZZZZ", 8));
+}
+
+TEST_F(value_buffers, a_driver_is_told_the_size_that_the_application_was_told)
+{
+    open_with("text", R"({"type":"string","size":8,"default":"abc"})");
+    scripted::set_option(1, "text", R"({"type":"string","size":64,"default":"abc"})");
+    keep_next_write();
+    EXPECT_EQ(set_text(1, "ab"), SANE_STATUS_GOOD);
+    EXPECT_EQ(lent_, std::string("ab\0\0\0\0\0\0", 8));
+    const guarded_memory buffer(8, 'Z');
+    EXPECT_EQ(control(1, SANE_ACTION_SET_AUTO, buffer.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(lent_, std::string("abc\0ZZZZ", 8));
+}
+
+// ----- a text that is longer than its size: it is delivered whole, and who knows such a driver gives it room -----
+
+TEST_F(value_buffers, a_text_longer_than_its_size_ends_with_its_terminator)
+{
+    open_with("text", R"({"type":"string","size":4,"cur":"abcdef","default":"abcdefgh"})");
+    ASSERT_EQ(descriptor(1)->size, 4);
+    const guarded_memory current(7, 'Z');
+    EXPECT_EQ(control(1, SANE_ACTION_GET_VALUE, current.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(current.text(), "abcdef");
+    const guarded_memory by_default(9, 'Z');
+    EXPECT_EQ(control(1, SANE_ACTION_GET_DEFAULT, by_default.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(by_default.text(), "abcdefgh");
+    EXPECT_EQ(control(1, SANE_ACTION_SET_AUTO, by_default.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(by_default.text(), "abcdefgh");
 }
 
 TEST_F(value_buffers, a_text_that_grows_before_it_is_read_is_padded_as_the_application_was_told)

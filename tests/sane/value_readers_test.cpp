@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The readers of current and default values behind control_option: blocks, sizes, types, log lines.
+#include "guarded_memory.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
@@ -62,10 +63,10 @@ TEST_F(value_readers, current_values_have_sane_types)
     for (const auto &c : cases) {
         scripted::set_option(1, "opt", c.description);
         SANE_Value_Type type = SANE_TYPE_GROUP;
-        char value[8];
-        EXPECT_TRUE(middleware_->get_cur_value(handle_, first(), value, &type)) << c.description;
+        const guarded_memory value(c.type == SANE_TYPE_STRING ? 1 : 4); // an empty text is its terminator
+        EXPECT_TRUE(middleware_->get_cur_value(handle_, first(), value.data(), &type)) << c.description;
         EXPECT_EQ(type, c.type) << c.description;
-        EXPECT_TRUE(middleware_->get_cur_value(handle_, first(), value, nullptr)) << c.description;
+        EXPECT_TRUE(middleware_->get_cur_value(handle_, first(), value.data(), nullptr)) << c.description;
     }
 }
 
@@ -126,8 +127,8 @@ TEST_F(value_readers, a_read_refreshes_the_cache)
 {
     open_with(R"({"type":"int","cur":1})");
     scripted::set_option(1, "opt", R"({"type":"int","cur":2})");
-    char value[8];
-    EXPECT_TRUE(middleware_->get_cur_value(handle_, first(), value, nullptr));
+    const guarded_memory value(4);
+    EXPECT_TRUE(middleware_->get_cur_value(handle_, first(), value.data(), nullptr));
     _dev_inst *device = nullptr;
     middleware_->find_openning_device(handle_, false, &device);
     ASSERT_EQ(device->cur_vals_.size(), 1U);

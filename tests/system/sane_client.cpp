@@ -2,6 +2,8 @@
 // The loader's path, by which SANE finds the backend and the backend its libraries, is given by whoever runs the tests.
 #include "sane_client.h"
 
+#include "guarded_memory.h"
+
 #include <array>
 #include <charconv>
 #include <cstdlib>
@@ -24,14 +26,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char *device_name = "pelsane:virtual:duplex-feeder";
-constexpr std::size_t value_room = 256;
-
-// A value as an application's buffer holds it.
-union value_buffer {
-    SANE_Word word;
-    std::array<char, value_room> text;
-};
-
 double to_number(const std::string &text)
 {
     double number = 0;
@@ -47,27 +41,28 @@ std::string to_text(double number)
     return {text.data(), end};
 }
 
-value_buffer to_value(SANE_Value_Type type, const std::string &text)
+SANE_Word to_word(SANE_Value_Type type, const std::string &text)
 {
-    value_buffer value{};
-    if (type == SANE_TYPE_STRING)
-        text.copy(value.text.data(), value_room - 1);
-    else if (type == SANE_TYPE_BOOL)
-        value.word = text == "true" ? SANE_TRUE : SANE_FALSE;
-    else if (type == SANE_TYPE_FIXED)
-        value.word = SANE_FIX(to_number(text));
-    else
-        value.word = static_cast<SANE_Word>(to_number(text));
-    return value;
+    if (type == SANE_TYPE_BOOL)
+        return text == "true" ? SANE_TRUE : SANE_FALSE;
+    return type == SANE_TYPE_FIXED ? SANE_FIX(to_number(text)) : static_cast<SANE_Word>(to_number(text));
 }
 
-std::string value_text(SANE_Value_Type type, const value_buffer &value)
+// A value as an application's buffer holds it, with the room that the option tells.
+guarded_memory to_value(const SANE_Option_Descriptor &option, const std::string &text)
+{
+    if (option.type == SANE_TYPE_STRING)
+        return guarded_memory::of_text(text, option.size);
+    return guarded_memory::of_word(to_word(option.type, text));
+}
+
+std::string value_text(SANE_Value_Type type, const guarded_memory &value)
 {
     if (type == SANE_TYPE_STRING)
-        return value.text.data();
+        return value.text();
     if (type == SANE_TYPE_BOOL)
-        return value.word == SANE_TRUE ? "true" : "false";
-    return to_text(type == SANE_TYPE_FIXED ? SANE_UNFIX(value.word) : value.word);
+        return value.word() == SANE_TRUE ? "true" : "false";
+    return to_text(type == SANE_TYPE_FIXED ? SANE_UNFIX(value.word()) : value.word());
 }
 
 void write_file(const std::string &path, const std::string &text)
@@ -202,18 +197,19 @@ bool sane_client::is_active(const std::string &name) const
 std::string sane_client::get(const std::string &name) const
 {
     const SANE_Int number = number_of(name);
-    value_buffer value{};
-    if (sane_control_option(handle_, number, SANE_ACTION_GET_VALUE, &value, nullptr) != SANE_STATUS_GOOD)
+    const auto *const option = sane_get_option_descriptor(handle_, number);
+    const guarded_memory value(option->size, 'u');
+    if (sane_control_option(handle_, number, SANE_ACTION_GET_VALUE, value.data(), nullptr) != SANE_STATUS_GOOD)
         return "(unreadable)";
-    return value_text(sane_get_option_descriptor(handle_, number)->type, value);
+    return value_text(option->type, value);
 }
 
 answer sane_client::set(const std::string &name, const std::string &text) const
 {
     const SANE_Int number = number_of(name);
-    value_buffer value = to_value(sane_get_option_descriptor(handle_, number)->type, text);
+    const guarded_memory value = to_value(*sane_get_option_descriptor(handle_, number), text);
     answer given{};
-    given.status = sane_control_option(handle_, number, SANE_ACTION_SET_VALUE, &value, &given.info);
+    given.status = sane_control_option(handle_, number, SANE_ACTION_SET_VALUE, value.data(), &given.info);
     return given;
 }
 

@@ -3,6 +3,7 @@
 // library, the conditions of each option, as they are explained, say the same as its descriptor.
 #include "backend.h"
 #include "dependencies.h"
+#include "guarded_memory.h"
 #include "option.h"
 #include "sane_pelsane.h"
 #include "surroundings.h"
@@ -121,7 +122,8 @@ TEST_P(dependencies, agree_with_the_descriptors_in_every_combination_tried)
         const std::size_t changed = draw(masters.size());
         ASSERT_FALSE(masters[changed].values.empty());
         combination[changed] = draw(masters[changed].values.size());
-        std::vector<char> value = masters[changed].values[combination[changed]];
+        const std::vector<char> &wanted = masters[changed].values[combination[changed]];
+        const guarded_memory value = guarded_memory::of_bytes({wanted.data(), wanted.size()});
         ASSERT_EQ(sane_pelsane_control_option(device.handle(), masters[changed].number, SANE_ACTION_SET_VALUE,
                                               value.data(), nullptr),
                   SANE_STATUS_GOOD);
