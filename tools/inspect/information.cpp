@@ -45,7 +45,7 @@ json_value value_in(const std::vector<char> &block, int length)
 
 json_value read_item(const scanner &device, const information_item &item)
 {
-    std::vector<char> block(static_cast<std::size_t>(item.length) + 4);
+    std::vector<char> block(static_cast<std::size_t>(item.length));
     const SANE_Status status = sane_pelsane_control_option_ex(device.handle(), option_key::from_number(item.id),
                                                               SANE_ACTION_GET_VALUE, block.data(), nullptr);
     return status == SANE_STATUS_GOOD ? value_in(block, item.length) : json_value();

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Options read through the backend as an application reads them: descriptors by number, values with control_option.
-// Defaults come as blocks, since a driver's default may be longer than the option's size. A value that cannot be read
-// is no value; only a scanner that has gone ends the reading. Tested by tests/tools/options_test.cpp.
+// Options read through the backend: descriptors by number as an application has them, values and defaults as blocks of
+// the backend's. A driver's text may be longer than its option's size; an application's buffer, which has that size,
+// would be overrun, and this program is there to look at such drivers. A value that cannot be read is no value; only a
+// scanner that has gone ends the reading. Tested by tests/tools/options_test.cpp and long_texts_test.cpp.
 #include "option.h"
 
 #include "failure.h"
@@ -74,14 +75,16 @@ json_value current_value(const scanner &device, const option &described)
 {
     if (!described.has_value() || described.well_known)
         return nullptr; // the backend does not read the values of those that it adds
-    if (described.size > most_bytes_of_value)
+    if (described.size > most_bytes_of_value || device.is_gone())
         return nullptr;
-    std::vector<char> value(static_cast<std::size_t>(std::max(described.size, 0)) + sizeof(SANE_Word) + 1);
-    const SANE_Status status =
-        sane_pelsane_control_option(device.handle(), described.number, SANE_ACTION_GET_VALUE, value.data(), nullptr);
-    if (status != SANE_STATUS_GOOD)
+    SANE_Value_Type type = described.type;
+    const auto block = kx_sane_middleware::instance()->get_cur_value(device.handle(),
+                                                                     option_key::from_number(described.number), &type);
+    if (block == nullptr)
         return nullptr;
-    return value_in_json(described.type, value.data(), value.size());
+    const std::size_t size =
+        type == SANE_TYPE_STRING ? std::strlen(static_cast<const char *>(block.get())) : sizeof(SANE_Word);
+    return value_in_json(type, block.get(), size);
 }
 
 json_value default_value(const scanner &device, const option &described)

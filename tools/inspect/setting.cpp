@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// From NAME=VALUE to a value block in SANE's form, with the room that the descriptor tells, since drivers adjust values
-// in place; and the difference that it made.
+// From NAME=VALUE to a value block in SANE's form, with just the room that the descriptor tells, since drivers adjust
+// values in place, or that a longer value takes; and the difference that it made.
 // Tested by tests/tools/set_test.cpp.
 #include "setting.h"
 
@@ -57,11 +57,11 @@ std::optional<SANE_Word> word_of(SANE_Value_Type type, const std::string &text)
     return type == SANE_TYPE_FIXED ? fixed_word(text) : int_word(text);
 }
 
-// The value in SANE's form, zero-filled up to the option's size and a NUL behind it.
+// The value in SANE's form, zero-filled up to the option's size.
 value_block block_of(const option &target, const std::string &text)
 {
     const auto size = static_cast<std::size_t>(std::max(target.size, 0));
-    value_block block(std::max(size, text.size()) + sizeof(SANE_Word) + 1);
+    value_block block(std::max(size, target.type == SANE_TYPE_STRING ? text.size() + 1 : sizeof(SANE_Word)));
     if (target.type == SANE_TYPE_STRING) {
         std::memcpy(block.data(), text.data(), text.size());
         return block;
