@@ -147,11 +147,15 @@ public:
         SANE_Int info = 0;
         SANE_Int *const wanted_info = bytes_.byte() % 2 == 0 ? &info : nullptr;
         const guarded_memory buffer(room);
-        void *const value = value_in(buffer, descriptor, action == SANE_ACTION_SET_VALUE);
+        const bool is_set = action == SANE_ACTION_SET_VALUE || action == SANE_ACTION_SET_AUTO;
+        void *const value = value_in(buffer, descriptor, is_set);
+        const bool keeps_lists = descriptor != nullptr && !may_reload();
+        const std::string allowed = keeps_lists ? constraint_of(*descriptor) : "";
         if (option_key::is_name(key))
             sane_pelsane_control_option_ex(handle, key, action, value, wanted_info);
         else
             sane_pelsane_control_option(handle, option_key::number_of(key), action, value, wanted_info);
+        require(!keeps_lists || constraint_of(*descriptor) == allowed, "a list of values is not written to");
         require((info & ~(SANE_INFO_INEXACT | SANE_INFO_RELOAD_OPTIONS | SANE_INFO_RELOAD_PARAMS)) == 0,
                 "there are three flags");
     }
@@ -317,17 +321,36 @@ private:
         }
     }
 
-    // A value from the input in all of the buffer, or for a set one of the listed texts itself.
+    // A value from the input in all of the buffer, or for a set one that the descriptor itself lists.
     void *value_in(const guarded_memory &buffer, const SANE_Option_Descriptor *told, bool is_set)
     {
         const unsigned int kind = bytes_.byte();
-        const bool is_listed = told != nullptr && told->constraint_type == SANE_CONSTRAINT_STRING_LIST;
-        if (is_set && is_listed && kind % 8 == 0)
-            return const_cast<char *>(told->constraint.string_list[0]);
+        void *const listed = is_set && told != nullptr && kind % 8 == 0 ? listed_value(*told) : nullptr;
+        if (listed != nullptr)
+            return listed;
         const std::string content = kind % 4 == 1 ? bytes_.line() : word();
         const bool ends_with_nul = told != nullptr && told->type == SANE_TYPE_STRING && buffer.size() != 0;
         content.copy(buffer.data(), buffer.size() - (ends_with_nul ? 1 : 0));
         return buffer.data();
+    }
+
+    // Null when there is none, or when values are arrays.
+    static void *listed_value(const SANE_Option_Descriptor &told)
+    {
+        if (told.constraint_type == SANE_CONSTRAINT_STRING_LIST)
+            return const_cast<char *>(told.constraint.string_list[0]);
+        if (told.constraint_type == SANE_CONSTRAINT_WORD_LIST && told.size <= static_cast<SANE_Int>(sizeof(SANE_Word)))
+            return const_cast<SANE_Word *>(told.constraint.word_list + 1);
+        return nullptr;
+    }
+
+    // What may load the options anew has a reason to change their lists.
+    static bool may_reload()
+    {
+        const platform::script &driver = platform::the_script();
+        return driver.changes_language || !driver.surprises.empty() ||
+               driver.write_code == SCANNER_ERR_CONFIGURATION_CHANGED ||
+               driver.write_code == SCANNER_ERR_RELOAD_OPT_PARAM;
     }
 
     std::string word()

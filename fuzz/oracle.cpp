@@ -42,24 +42,6 @@ void require_sound_constraint(const SANE_Option_Descriptor &descriptor)
     }
 }
 
-std::string constraint_of(const SANE_Option_Descriptor &descriptor)
-{
-    std::string said;
-    if (descriptor.constraint_type == SANE_CONSTRAINT_RANGE) {
-        const SANE_Range &range = *descriptor.constraint.range;
-        for (const SANE_Word bound : {range.min, range.max, range.quant})
-            said += std::to_string(bound) + ' ';
-    } else if (descriptor.constraint_type == SANE_CONSTRAINT_WORD_LIST) {
-        const SANE_Word *const list = descriptor.constraint.word_list;
-        for (SANE_Word i = 0; i <= list[0]; ++i)
-            said += std::to_string(list[i]) + ' ';
-    } else if (descriptor.constraint_type == SANE_CONSTRAINT_STRING_LIST) {
-        for (const auto *text = descriptor.constraint.string_list; *text != nullptr; ++text)
-            said.append(*text).append("\n");
-    }
-    return said;
-}
-
 } // namespace
 
 void require(bool holds, const char *expectation)
@@ -92,6 +74,24 @@ void require_sound(const SANE_Option_Descriptor &descriptor)
     require((descriptor.cap & SANE_CAP_SOFT_DETECT) != 0, "every option can be read");
     require(descriptor.size >= 0, "the size is not negative");
     require_sound_constraint(descriptor);
+}
+
+std::string constraint_of(const SANE_Option_Descriptor &descriptor)
+{
+    std::string said;
+    if (descriptor.constraint_type == SANE_CONSTRAINT_RANGE) {
+        const SANE_Range &range = *descriptor.constraint.range;
+        for (const SANE_Word bound : {range.min, range.max, range.quant})
+            said += std::to_string(bound) + ' ';
+    } else if (descriptor.constraint_type == SANE_CONSTRAINT_WORD_LIST) {
+        const SANE_Word *const list = descriptor.constraint.word_list;
+        for (SANE_Word i = 0; i <= list[0]; ++i)
+            said += std::to_string(list[i]) + ' ';
+    } else if (descriptor.constraint_type == SANE_CONSTRAINT_STRING_LIST) {
+        for (const auto *text = descriptor.constraint.string_list; *text != nullptr; ++text)
+            said.append(*text).append("\n");
+    }
+    return said;
 }
 
 std::string description_of(const SANE_Option_Descriptor &descriptor)

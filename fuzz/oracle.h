@@ -19,6 +19,9 @@ void require_sound(const SANE_Option_Descriptor &descriptor);
 // The length of the longest text that is listed, 0 without a list.
 std::size_t longest_listed(const SANE_Option_Descriptor &descriptor);
 
+// The values that are allowed, as a text to compare; empty when they are not constrained.
+std::string constraint_of(const SANE_Option_Descriptor &descriptor);
+
 // Everything that a descriptor says, as a text to compare.
 std::string description_of(const SANE_Option_Descriptor &descriptor);
 
