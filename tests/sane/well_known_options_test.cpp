@@ -213,6 +213,24 @@ TEST_F(well_known_options, of_equally_near_papers_the_earlier_one_is_chosen)
     }
 }
 
+// A millimetre more or less in any width or height of the table chooses another paper for one of these.
+TEST_F(well_known_options, a_page_size_at_a_border_between_papers_tells_their_sizes_to_the_millimetre)
+{
+    struct {
+        SANE_Word width, height;
+        const char *paper;
+    } const cases[] = {
+        {384, 315, "B4"},     {201, 446, "B4"},    {243, 235, "B5横向"}, {388, 31, "B5横向"}, {33, 391, "A4"},
+        {231, 231, "16开"},   {80, 288, "B5"},     {105, 337, "B5"},     {60, 245, "A5"},     {26, 228, "B6"},
+        {170, 170, "B6横向"}, {256, 43, "B6横向"}, {142, 142, "A6横向"}, {198, 64, "A6横向"},
+    };
+    open_both();
+    for (const auto &c : cases) {
+        sent(width, c.width);
+        EXPECT_EQ(sent(height, c.height), c.paper) << c.width << " x " << c.height;
+    }
+}
+
 TEST_F(well_known_options, the_other_dimension_is_the_one_set_last)
 {
     open_both();
