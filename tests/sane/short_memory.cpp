@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The linker sends this executable's calls of calloc and operator new here (--wrap); libraries keep their own.
+// The linker sends this executable's calls of calloc, free and operator new here (--wrap); libraries keep their own.
 #include "short_memory.h"
 
 #include <cstddef>
@@ -31,17 +31,27 @@ struct countdown {
 
 thread_local countdown callocs;
 thread_local countdown news;
+thread_local long held = 0;
 
 } // namespace
 
 extern "C" {
 
 void *__real_calloc(std::size_t count, std::size_t size);
+void __real_free(void *block);
 void *__real__Znwm(std::size_t size);
 
 [[gnu::visibility("default")]] void *__wrap_calloc(std::size_t count, std::size_t size)
 {
-    return callocs.is_due() ? nullptr : __real_calloc(count, size);
+    void *const block = callocs.is_due() ? nullptr : __real_calloc(count, size);
+    held += block != nullptr ? 1 : 0;
+    return block;
+}
+
+[[gnu::visibility("default")]] void __wrap_free(void *block)
+{
+    held -= block != nullptr ? 1 : 0;
+    __real_free(block);
 }
 
 [[gnu::visibility("default")]] void *__wrap__Znwm(std::size_t size)
@@ -83,6 +93,11 @@ failing_new::~failing_new()
 bool failing_new::has_failed() const
 {
     return news.has_failed;
+}
+
+long blocks_held()
+{
+    return held;
 }
 
 } // namespace short_memory

@@ -27,6 +27,9 @@ public:
     [[nodiscard]] bool has_failed() const;
 };
 
+// How many blocks of calloc this thread's code in this executable has not given back, or given back too many.
+[[nodiscard]] long blocks_held();
+
 } // namespace short_memory
 
 #endif

@@ -114,7 +114,6 @@ TEST_F(value_short_of_memory, well_known_value_cannot_be_read_without_a_buffer)
     EXPECT_EQ(SANE_TRUE, duplex);
 }
 
-// Leak checkers see whether the block was freed.
 TEST_F(value_short_of_memory, block_is_freed_when_there_is_none_for_the_value_cache)
 {
     scripted::set_option(1, "text", R"({"type": "string", "size": 64, "title": "T", "cur": "abc"})");
@@ -122,13 +121,20 @@ TEST_F(value_short_of_memory, block_is_freed_when_there_is_none_for_the_value_ca
     _dev_inst *device = nullptr;
     kx_sane_middleware &middleware = *kx_sane_middleware::instance();
     middleware.find_openning_device(handle_, false, &device);
-    std::vector<_cur_val>().swap(device->cur_vals_);
-    {
-        const short_memory::failing_new failing(0);
-        EXPECT_THROW(middleware.get_cur_value(handle_, key(1), nullptr), std::bad_alloc);
-        EXPECT_TRUE(failing.has_failed());
+    const long held = short_memory::blocks_held();
+    int nth = 0;
+    for (bool has_failed = true; has_failed; ++nth) { // which of them is the cache's is the compiler's choice
+        std::vector<_cur_val>().swap(device->cur_vals_);
+        const short_memory::failing_new failing(nth);
+        try {
+            EXPECT_NE(nullptr, middleware.get_cur_value(handle_, key(1), nullptr));
+        } catch (const std::bad_alloc &) {
+            EXPECT_TRUE(device->cur_vals_.empty()) << nth;
+        }
+        has_failed = failing.has_failed();
+        EXPECT_EQ(held, short_memory::blocks_held()) << nth;
     }
-    EXPECT_TRUE(device->cur_vals_.empty());
+    EXPECT_LT(1, nth);
     EXPECT_STREQ("abc", static_cast<const char *>(middleware.get_cur_value(handle_, key(1), nullptr).get()));
     EXPECT_EQ(1U, device->cur_vals_.size());
 }
