@@ -5,6 +5,7 @@
 #include "option_ids.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <limits>
 #include <set>
@@ -191,6 +192,27 @@ TEST_F(driver_options, store_a_number_that_is_asked_for_also_when_there_is_no_su
     number = -1;
     EXPECT_EQ(256, kx_scanner_get_parameter(device.handle(), "no-such-option", nullptr, &length, &number));
     EXPECT_EQ(-1, number);
+}
+
+TEST_F(driver_options, are_not_told_without_a_length)
+{
+    scanner device;
+    int number = -1;
+    EXPECT_EQ(256, kx_scanner_get_parameter(device.handle(), "mode", nullptr, nullptr, &number));
+    EXPECT_EQ(256, kx_scanner_get_parameter(device.handle(), key(0), nullptr, nullptr, nullptr));
+    EXPECT_EQ(256, kx_scanner_get_parameter(device.handle(), key(34890), nullptr, nullptr, nullptr));
+}
+
+// Not read as the addresses of names, which they cannot be.
+TEST_F(driver_options, have_no_negative_numbers)
+{
+    scanner device;
+    for (const int number : {-1, -39171, INT_MIN}) {
+        char data[8] = "true";
+        long length = sizeof(data);
+        EXPECT_EQ(256, kx_scanner_get_parameter(device.handle(), key(number), data, &length, nullptr)) << number;
+        EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), key(number), data, &length)) << number;
+    }
 }
 
 TEST_F(driver_options, tell_the_length_that_a_buffer_needs)
