@@ -32,6 +32,14 @@ protected:
         return device.scan();
     }
 
+    static void oval(Pix *image, double x, double y, double width, double height, l_uint32 gray)
+    {
+        for (int row = 0; row < pixGetHeight(image); ++row)
+            for (int column = 0; column < pixGetWidth(image); ++column)
+                if (std::hypot((column - x) * 2 / width, (row - y) * 2 / height) <= 1)
+                    pixSetPixel(image, column, row, gray);
+    }
+
 private:
     std::unique_ptr<environment_variable> feed_;
 };
@@ -115,6 +123,27 @@ TEST_F(driver_mending, fills_punch_holes)
     }
     // The square of 12 mm, which is no hole.
     EXPECT_EQ(0, after.gray(63, 75));
+}
+
+// Round is not enough: no punch makes holes of 3 or 10 mm, or longer than wide.
+TEST_F(driver_mending, leaves_marks_that_no_punch_makes)
+{
+    start_with("{}");
+    constexpr double mm = 100 / 25.4;
+    feed(255, [](Pix *image) {
+        oval(image, 780, 200, 6 * mm, 6 * mm, 0);
+        oval(image, 780, 400, 3 * mm, 3 * mm, 0);
+        oval(image, 780, 600, 10 * mm, 10 * mm, 0);
+        oval(image, 780, 800, 5 * mm, 8 * mm, 0);
+        oval(image, 780, 1000, 8 * mm, 5 * mm, 0);
+    });
+    scanner device;
+    scan_plainly(device);
+    device.set("is-rid-hole", true);
+    const scanned_page page = first_page(device);
+    EXPECT_EQ(255, page.gray(780, 200));
+    for (const int y : {400, 600, 800, 1000})
+        EXPECT_EQ(0, page.gray(780, y)) << y;
 }
 
 TEST_F(driver_mending, looks_for_holes_near_the_edges_alone)
