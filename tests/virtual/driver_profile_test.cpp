@@ -17,12 +17,31 @@ protected:
                options + "]}";
     }
 
+    // The same without options, and with a key and its value.
+    static std::string with_key(const std::string &key, const std::string &value)
+    {
+        std::string text = with_options("");
+        return text.insert(1, '"' + key + "\": " + value + ", ");
+    }
+
     // What the driver logs about a profile that it cannot use, without the file's name.
     std::string complaint_about(const std::string &text) const
     {
         const std::string path = write_file(folder_.file("profile.json"), text);
         const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
         return complaint(path);
+    }
+
+    bool is_used(const std::string &text) const
+    {
+        const std::string path = write_file(folder_.file("profile.json"), text);
+        const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+        _device record{};
+        int count = 1;
+        EXPECT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+        const int code = kx_scanner_enum(&record, &count, 1);
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+        return code == 0 && count == 1;
     }
 
     static std::string complaint(const std::string &path)
@@ -276,6 +295,50 @@ TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)
     };
     for (const auto &each : cases)
         EXPECT_EQ(each.complaint, complaint_about(each.text)) << each.text;
+}
+
+TEST_F(driver_profile, with_another_source_than_a_folder_or_a_colour_is_refused)
+{
+    EXPECT_EQ("/feeder/source/file: unknown key", complaint_about(with_key("feeder", R"({"source": {"file": "a"}})")));
+    for (const char *source : {R"("folder")", "{}", R"({"folder": "a", "color": "#000000"})", "1"})
+        EXPECT_EQ("/feeder/source: \"document\", a folder or a colour is expected",
+                  complaint_about(with_key("feeder", std::string(R"({"source": )") + source + "}")))
+            << source;
+}
+
+TEST_F(driver_profile, of_worn_sheets_keeps_the_bounds_of_each_number)
+{
+    const struct {
+        const char *place; // of the number that is out of bounds
+        const char *before;
+        const char *least;
+        const char *most;
+        const char *less; // than the least
+        const char *more; // than the most
+        const char *after;
+    } cases[] = {
+        {"/pages/seed", R"({"seed": )", "0", "2147483647", "-1", "2147483648", "}"},
+        {"/pages/skew_degrees", R"({"skew_degrees": )", "0", "5", "-0.01", "5.01", "}"},
+        {"/pages/holes/count", R"({"holes": {"count": )", "0", "20", "-1", "21", "}}"},
+        {"/pages/blank_backs", R"({"blank_backs": )", "0", "1000000", "-1", "1000001", "}"},
+        {"/pages/staples", R"({"staples": )", "0", "1000000", "-1", "1000001", "}"},
+        {"/pages/shine_through", R"({"shine_through": )", "0", "1", "-0.01", "1.01", "}"},
+        {"/pages/dog_ear/size_mm", R"({"dog_ear": {"size_mm": )", "1", "100", "0.99", "100.01", "}}"},
+        {"/pages/dog_ear/every", R"({"dog_ear": {"size_mm": 9, "every": )", "1", "1000000", "0", "1000001", "}}"},
+        {"/pages/noise", R"({"noise": )", "0", "64", "-1", "65", "}"},
+        {"/pages/dust", R"({"dust": )", "0", "100000", "-1", "100001", "}"},
+        {"/pages/behind", R"({"behind": )", "0", "64", "-1", "65", "}"},
+    };
+    for (const auto &each : cases) {
+        const auto with = [&](const std::string &number) {
+            return with_key("pages", each.before + number + each.after);
+        };
+        const std::string out_of_bounds = each.place + std::string(": the number is out of bounds");
+        for (const char *number : {each.least, each.most})
+            EXPECT_TRUE(is_used(with(number))) << each.place << ' ' << number;
+        for (const char *number : {each.less, each.more})
+            EXPECT_EQ(out_of_bounds, complaint_about(with(number))) << each.place << ' ' << number;
+    }
 }
 
 TEST_F(driver_profile, with_what_the_scanner_cannot_do_is_named_with_its_place)
