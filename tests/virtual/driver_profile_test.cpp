@@ -297,6 +297,19 @@ TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)
         EXPECT_EQ(each.complaint, complaint_about(each.text)) << each.text;
 }
 
+TEST_F(driver_profile, keeps_names_of_options_within_63_characters)
+{
+    const auto named = [](const std::string &name) {
+        return with_options(R"({"name": ")" + name + R"(", "type": "bool", "title": 1, "desc": 2, "default": true})");
+    };
+    const char *const refused = "/options/0/name: an option's name is [a-z][a-z0-9-]*, at most 63 characters";
+    for (const std::string &name : {std::string("a"), "z" + std::string(62, '9'), std::string("a-z")})
+        EXPECT_TRUE(is_used(named(name))) << name;
+    for (const std::string &name : {std::string(), std::string(64, 'a'), std::string("-a"), std::string("1"),
+                                    std::string("`a"), std::string("{"), std::string("a_b"), std::string("aZ")})
+        EXPECT_EQ(refused, complaint_about(named(name))) << name;
+}
+
 TEST_F(driver_profile, with_another_source_than_a_folder_or_a_colour_is_refused)
 {
     EXPECT_EQ("/feeder/source/file: unknown key", complaint_about(with_key("feeder", R"({"source": {"file": "a"}})")));
