@@ -60,6 +60,7 @@ AREAS = {
         programs={
             "driver_test": Program("bin/driver_test", DRIVER),
             "driver_fault_test": Program("bin/driver_fault_test", DRIVER),
+            "wear_numbers_test": Program("bin/wear_numbers_test"),
             "fuzz_driver_profile": replay("driver_profile"),
         },
         allowed_percent=10),
