@@ -197,8 +197,8 @@ class Tree:
         return Outcome(SURVIVED, "", 0)
 
     def confirmed(self, part, limit):
-        """What comes of tests; a failure counts when the test that failed fails alone, or all of them do once more: on a
-        machine with other work, a test that looks at the time may fail for nothing."""
+        """What comes of tests; a failure counts when the test that failed fails alone, or one of all does once more: on
+        a machine with other work, a test that looks at the time may fail for nothing."""
         outcome = self.test(part, limit)
         target, _, failed = outcome.told.partition(" ")
         if outcome.result != KILLED or not failed or self.test(Part(target, failed), limit).result != SURVIVED:
