@@ -80,7 +80,7 @@ bool has_value(const option_definition &option)
 int set(option_store &store, const option_definition &option, int number, const option_value &value)
 {
     const guarded_memory data = std::visit(binary_form{}, value);
-    const bool is_text = option.type == option_type::text && std::holds_alternative<std::string>(value);
+    const bool is_text = option.type == option_type::text && std::holds_alternative<text_value>(value);
     const long length = is_text ? option.size : static_cast<long>(data.size());
     const int code = store.set(number, data.data(), &length);
     require((code == 259) == option.readonly, "what can only be read is not written");

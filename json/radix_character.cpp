@@ -69,7 +69,8 @@ bool begins_number(char c)
 
 bool is_radix_character_long()
 {
-    const char *const radix_character = nl_langinfo(RADIXCHAR); // asked with every document: no look further than needed
+    const char *const radix_character =
+        nl_langinfo(RADIXCHAR); // asked with every document: no look further than needed
     return radix_character[0] != '\0' && radix_character[1] != '\0';
 }
 
