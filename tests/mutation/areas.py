@@ -47,6 +47,9 @@ AREAS = {
             "c_api_tests": Program("bin/c_api_tests", BACKEND),
             **{f"fuzz_{name}": replay(name)
                for name in ("option_text", "condition", "json_document", "paper_match", "call_sequence")},
+            "ending_tests": Program("bin/ending_tests", BACKEND),
+            "unload_tests": Program("bin/unload_tests", BACKEND),
+            "reentrancy_tests": Program("bin/reentrancy_tests", BACKEND),
         },
         allowed_percent=2),
     # What a session with a scanner goes through: its profile, its options, values and pages. What comes from outside
