@@ -41,6 +41,13 @@ Examples:
 // Arguments under their own names, as in the manual page, without the library's types and counts.
 class plain_formatter : public CLI::Formatter {
 public:
+    // What stands for several words is no name to the library, and is given as the option's text.
+    [[nodiscard]] std::string make_option_name(const CLI::Option *option, bool is_positional) const override
+    {
+        const std::string &words = option->get_option_text();
+        return is_positional && !words.empty() ? words : CLI::Formatter::make_option_name(option, is_positional);
+    }
+
     [[nodiscard]] std::string make_option_usage(const CLI::Option *option) const override
     {
         const std::string name = make_option_name(option, true);

@@ -6,6 +6,7 @@
 #include "log.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <sys/inotify.h>
 #include <sys/stat.h>

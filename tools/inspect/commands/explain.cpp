@@ -196,7 +196,10 @@ void add_explain_command(CLI::App &program, chosen_command &chosen)
     add_command<explain_arguments>(
         program, chosen, "explain", "Say why an option is active or greyed out, and what depends on it",
         [](CLI::App &command, explain_arguments &arguments) {
-            command.add_option("[DEVICE] NAME", arguments.words, option_help)->required()->expected(1, 2);
+            command.add_option("NAME", arguments.words, option_help)
+                ->required()
+                ->expected(1, 2)
+                ->option_text("[DEVICE] NAME");
             add_settings(command, arguments.settings);
         },
         print_explanation)

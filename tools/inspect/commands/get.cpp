@@ -49,7 +49,10 @@ void add_get_command(CLI::App &program, chosen_command &chosen)
     add_command<get_arguments>(
         program, chosen, "get", "Print the value of an option",
         [](CLI::App &command, get_arguments &arguments) {
-            command.add_option("[DEVICE] NAME", arguments.words, option_help)->required()->expected(1, 2);
+            command.add_option("NAME", arguments.words, option_help)
+                ->required()
+                ->expected(1, 2)
+                ->option_text("[DEVICE] NAME");
             add_settings(command, arguments.settings);
         },
         print_value)

@@ -164,10 +164,11 @@ void add_set_command(CLI::App &program, chosen_command &chosen)
         program, chosen, "set", "Set options, and show what changed with them",
         [](CLI::App &command, set_arguments &arguments) {
             command
-                .add_option("[DEVICE] NAME=VALUE...", arguments.words,
+                .add_option("NAME", arguments.words,
                             "The scanner, which may be left out when there is only one, and what to set: a name, a\n"
                             "number or a well-known identifier, and a value. An empty value presses a button")
-                ->required();
+                ->required()
+                ->option_text("[DEVICE] NAME=VALUE...");
         },
         set_options)
         ->footer("Examples:\n"
