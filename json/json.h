@@ -46,8 +46,8 @@ public:
     bool get_value(const char *path, json *&v) const;
     [[nodiscard]] std::unique_ptr<json> get_document(const char *path) const; // null when there is none
 
-    // The item at a path as a document that borrows it, while this one stays as it is; empty when there is none. It
-    // reads as its copy would: a number that prints shorter is the shorter one, an infinity is null.
+    // The item at a path of a parsed document as one that borrows it, while this one stays as it is; empty when there
+    // is none. It reads as its copy would: a number that prints shorter is the shorter one, an infinity is null.
     [[nodiscard]] json part(const char *path);
     [[nodiscard]] bool is_empty() const { return obj_ == nullptr; }
 

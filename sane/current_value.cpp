@@ -91,6 +91,8 @@ bool kx_sane_middleware::read_value(const opened_device &device, const void *opt
     std::string type_word;
     if (!document.get_value("type", type_word))
         return false;
+    if (told_size == size_of(nullptr)) // asked by a key that the table does not have; by its name it may
+        told_size = size_of(find_stored_descriptor(scanner, name.c_str(), nullptr, nullptr));
     const SANE_Value_Type value_type = sane_type(type_word);
     auto word = word_in_json(type_word, document, "cur");
     if (word ? !deliver(&*word, sizeof(*word)) : !deliver_text(document, name, told_size, deliver))

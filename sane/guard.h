@@ -6,7 +6,7 @@
 #include <cxxabi.h>
 #include <new>
 
-// What `work` answers; `no_memory` when memory ran out, `failed` after any other exception. A thread that its host
+// What `work` returns; `no_memory` when memory ran out, `failed` after any other exception. A thread that its host
 // cancels inside goes on unwinding; the handler's reference is null then, and a sanitizer need not say so.
 template <typename Result, typename Work>
 __attribute__((no_sanitize("null"))) Result guarded(Result no_memory, Result failed, Work work)
@@ -20,6 +20,15 @@ __attribute__((no_sanitize("null"))) Result guarded(Result no_memory, Result fai
     } catch (...) {
         return failed;
     }
+}
+
+// Does work of which nobody wants to know whether it failed.
+template <typename Work> void quietly(Work work)
+{
+    guarded(0, 0, [&] {
+        work();
+        return 0;
+    });
 }
 
 #endif

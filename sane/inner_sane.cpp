@@ -161,8 +161,11 @@ SANE_Status inner_sane_get_select_fd(SANE_Handle, SANE_Int *)
 
 SANE_String_Const inner_sane_err_desc(SANE_Status status)
 {
-    const char *text = kx_scanner_err_description(local_utility::sane_statu_2_scanner_err(status));
-    return text != nullptr ? text : "";
+    const char *const none = "";
+    return guarded(none, none, [status, none] {
+        const char *const text = kx_scanner_err_description(local_utility::sane_statu_2_scanner_err(status));
+        return text != nullptr ? text : none;
+    });
 }
 
 SANE_String_Const inner_sane_strstatus(SANE_Status status)
@@ -182,7 +185,7 @@ SANE_Status inner_sane_read_ext()
 
 SANE_Status inner_sane_ex_get_driver_version(SANE_Int *major, SANE_Int *minor, SANE_Int *micro, SANE_Int *build)
 {
-    const unsigned int version = kx_scanner_get_version();
+    const unsigned int version = guarded(0U, 0U, kx_scanner_get_version);
     write_byte(major, version, 24);
     write_byte(minor, version, 16);
     write_byte(micro, version, 8);

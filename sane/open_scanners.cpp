@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <utility>
 
 namespace open_scanners {
 namespace {
@@ -15,11 +16,6 @@ namespace {
 struct page {
     std::array<std::atomic<void *>, 16> slots{};
     std::atomic<page *> next{nullptr};
-
-    constexpr page() = default;
-    ~page() { delete next.load(); }
-    page(const page &) = delete;
-    page &operator=(const page &) = delete;
 };
 
 page first_page; // constant-initialised: there before any call can come
@@ -59,6 +55,13 @@ void remove(void *scanner) noexcept
 {
     if (auto *const slot = slot_of(scanner))
         slot->store(nullptr, std::memory_order_relaxed);
+}
+
+void release() noexcept
+{
+    page *at = first_page.next.exchange(nullptr);
+    while (at != nullptr)
+        delete std::exchange(at, at->next.load());
 }
 
 bool contains(const void *scanner) noexcept

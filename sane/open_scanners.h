@@ -13,7 +13,9 @@ void add(void *scanner); // throws std::bad_alloc, and nothing is added then
 void remove(void *scanner) noexcept;
 [[nodiscard]] bool contains(const void *scanner) noexcept; // never true for null
 
-// The place where the last handle was found; never null, and never released.
+void release() noexcept; // when the library is unloaded: no call may come any more
+
+// The place where the last handle was found; never null.
 extern std::atomic<std::atomic<void *> *> found_last;
 [[nodiscard]] bool find(const void *scanner) noexcept; // contains, and found_last
 

@@ -2,6 +2,7 @@
 // The book of opened devices. The frontend never sees a driver handle: it gets the transformed one, and every call
 // looks the record up by transforming back. A record exists from a successful open until close or exit; whatever fails
 // after the driver opened a device closes it again. Tested by tests/sane/opened_devices_test.cpp.
+#include "guard.h"
 #include "kx_scanner.h"
 #include "open_scanners.h"
 #include "sane_kx_mdw.h"
@@ -17,7 +18,10 @@ static_assert(offsetof(kx_access, user) == 8 && offsetof(kx_access, password) ==
 
 // Closes a device that the driver opened, unless it was taken over.
 struct scanner_closer {
-    void operator()(void *scanner) const { kx_scanner_close(scanner, 1); }
+    void operator()(void *scanner) const
+    {
+        quietly([scanner] { kx_scanner_close(scanner, 1); });
+    }
 };
 using opened_scanner = std::unique_ptr<void, scanner_closer>;
 
@@ -98,16 +102,19 @@ int kx_sane_middleware::add_well_known_options(const opened_device &device)
 
 int kx_sane_middleware::open_device(const char *name, void **handle_out)
 {
+    if (name == nullptr)
+        return SANE_STATUS_INVAL;
+    const std::string own_name = name; // the caller's may be in the device list, which an event may replace
     const auto serial = serial_;
     char need_auth = 0;
-    int result = open(name, handle_out, nullptr, nullptr, nullptr, &need_auth);
+    int result = open(own_name.c_str(), handle_out, nullptr, nullptr, nullptr, &need_auth);
     if (result == SANE_STATUS_ACCESS_DENIED && need_auth != 0) {
         kx_access access = {};
         if (request_access(access) != 0)
             return SANE_STATUS_CANCELLED;
         if (!is_current(serial))
             return SANE_STATUS_INVAL;
-        result = open(name, handle_out, access.user, access.password, access.extra, &need_auth);
+        result = open(own_name.c_str(), handle_out, access.user, access.password, access.extra, &need_auth);
     }
     if (result != SANE_STATUS_GOOD)
         return result;

@@ -8,6 +8,7 @@
 #include "commonlog.h"
 #include "guard.h"
 #include "langkit.h"
+#include "open_scanners.h"
 
 #include <cstdio>
 #include <utility>
@@ -29,21 +30,11 @@ struct log_manager {
     }
 };
 
-// A call after exit makes an object again, and nobody may end it: its callback, notice and signal handler must not
-// outlive the library. Where the application never called exit, the process ends, and other threads may be in the
-// driver.
-struct leftover_clearing {
-    ~leftover_clearing() { kx_sane_middleware::clear_leftover(); }
+// Made while the process runs, so that it goes before everything of the libraries when the process ends.
+bool process_ends = false;
+struct end_mark {
+    ~end_mark() { process_ends = true; }
 };
-
-// Whatever the work throws ends here.
-template <typename Work> void quietly(Work work)
-{
-    guarded(0, 0, [&] {
-        work();
-        return 0;
-    });
-}
 
 constexpr char banner_rule[] = "=========================================================================";
 
@@ -64,7 +55,17 @@ std::string folder_of_module(const std::string &module)
 } // namespace
 
 static log_manager g_logMgr;
-static leftover_clearing g_leftover; // ended first, while there is a log
+
+// Comes before the static objects go, while there is a log. A call after exit makes an object again, and nobody may end
+// it: its callback, notice and signal handler must not outlive the library. When the process ends, all of it is left
+// alone: what the driver needs may be gone, and other threads may be in it.
+[[gnu::destructor]] static void unload()
+{
+    if (process_ends)
+        return;
+    kx_sane_middleware::clear_leftover();
+    open_scanners::release();
+}
 
 std::atomic<kx_sane_middleware *> kx_sane_middleware::inst_{nullptr};
 bool kx_sane_middleware::was_cleared_ = false;
@@ -73,6 +74,7 @@ bool kx_sane_middleware::was_cleared_ = false;
 kx_sane_middleware *kx_sane_middleware::instance()
 {
     if (!exists()) {
+        static const end_mark mark;
         auto *const object = new kx_sane_middleware;
         const auto serial = object->serial_;
         inst_ = object;
@@ -147,6 +149,13 @@ static std::uint64_t next_object_serial()
 kx_sane_middleware::kx_sane_middleware() : serial_(next_object_serial())
 {
     sigaction(SIGUSR1, nullptr, &earlier_handler_);
+}
+
+// Devices are left when the thread that exits is cancelled within the driver.
+kx_sane_middleware::~kx_sane_middleware()
+{
+    while (!openning_dev_.empty())
+        take_record(openning_dev_.begin());
 }
 
 // Results are not checked: a driver that does not start answers for itself in the calls that follow. A frontend that

@@ -3,7 +3,7 @@
 // declared here once, in sections; each section's source file is named.
 //
 // Conventions. `handle` or `sane_handle` is the frontend's handle of a device, `scanner` the driver's. An option is
-// selected by a key (option_key.h). Functions that answer an int answer a SANE status unless "driver code" is said.
+// selected by a key (option_key.h). Functions that return an int return a SANE status unless "driver code" is said.
 // One thread at a time, except where a section says otherwise; nothing is locked.
 //
 // A call into the driver may come back with any entry point, exit included. What was looked up before it is looked up
@@ -66,7 +66,7 @@ public:
     // Handler of SIGUSR1, the device-change notice; it only logs (status_codes.cpp, with the driver's events).
     static void device_pnp(int signal);
 
-    ~kx_sane_middleware() = default;
+    ~kx_sane_middleware();
     kx_sane_middleware(const kx_sane_middleware &) = delete;
     kx_sane_middleware &operator=(const kx_sane_middleware &) = delete;
 
@@ -173,7 +173,8 @@ public:
 
     // A registered option's descriptor by number, name or well-known identifier; null when nothing matches. The
     // out-parameters may be null and are written only when it is found.
-    SANE_Option_Descriptor *find_stored_descriptor(void *scanner, const void *option, int *option_no, int *fix_id);
+    static SANE_Option_Descriptor *find_stored_descriptor(void *scanner, const void *option, int *option_no,
+                                                          int *fix_id);
 
     // As above, fetching and registering what is not in the table yet. Valid until the device is closed. buf and size
     // as in get_option_json.

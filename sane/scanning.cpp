@@ -2,7 +2,8 @@
 // Scanning is the driver's: each function finds the device, makes one driver call and translates the result. Image
 // data, its end and its count pass through as they are, and the state of a job is kept by the driver alone. Read and
 // cancel ask for no more than whether the driver's handle is open, since a page is read in many small pieces, and a
-// cancel may come at any instruction of any other call. Tested by tests/sane/scanning_test.cpp.
+// cancel may come at any instruction of any other call; where read found its handle last is remembered. Tested by
+// tests/sane/scanning_test.cpp.
 #include "commonlog.h"
 #include "open_scanners.h"
 #include "sane_kx_mdw.h"
@@ -46,7 +47,7 @@ int kx_sane_middleware::read(void *handle, void *data, int *length)
     long count = *length;
     void *const scanner = sane_handle_to_scanner(handle);
     if (!open_scanners::contains_still(scanner)) {
-        instance(); // every call makes the object; where a handle is open there is one
+        instance(); // as every call but cancel; an open handle means that there is one
         return scanner_err_2_sane_statu(SCANNER_ERR_INVALID_PARAMETER);
     }
     const int code = kx_scanner_read_img_data(scanner, data, &count);

@@ -252,7 +252,7 @@ int kx_sane_middleware::write_option(write_request &call, int *info)
         call.name = stored->name;
         call.title = stored->title;
         call.type = stored->type;
-        call.size = stored->size;
+        call.size = std::min(stored->size, call.told_size); // the buffer has what was told
         if (call.automatic && !has_no_value(call.type))
             if (const int status = take_default(call); status != SANE_STATUS_GOOD)
                 return status;

@@ -130,3 +130,18 @@ TEST_F(throwing_driver, close_and_uninitialize_within_an_exit_by_its_event)
     expect_ended();
     expect_new_start();
 }
+
+// ===== elsewhere =====
+
+TEST_F(throwing_driver, close_of_a_device_that_comes_too_late_does_not_end_the_process)
+{
+    init();
+    scripted::on().open = [](void **, const char *, char *) -> std::optional<int> {
+        sane_pelsane_exit();
+        return std::nullopt;
+    };
+    scripted::on().close = [](void *, int) -> std::optional<int> { throw std::runtime_error("driver"); };
+    SANE_Handle device = nullptr;
+    EXPECT_EQ(SANE_STATUS_INVAL, sane_pelsane_open("virtual:1", &device));
+    EXPECT_EQ(texts({"kx_scanner_close(0x100000002,1)"}), scripted::calls_of("kx_scanner_close"));
+}

@@ -193,3 +193,25 @@ TEST_F(unload, after_another_init_behind_exit)
     library.unload();
     expect_nothing_left();
 }
+
+TEST_F(unload, with_more_devices_open_than_the_first_ones)
+{
+    const loaded_library library;
+    library.init();
+    library.exit();
+    for (int i = 0; i < 40; ++i)
+        EXPECT_NE(nullptr, library.open());
+    library.unload();
+    expect_nothing_left();
+}
+
+TEST_F(unload, after_many_devices_were_ended_by_exit)
+{
+    const loaded_library library;
+    library.init();
+    for (int i = 0; i < 40; ++i)
+        library.open();
+    library.exit();
+    library.unload();
+    expect_nothing_left();
+}

@@ -70,6 +70,22 @@ TEST_F(opened_devices, device_is_open_to_the_application_before_its_options_are_
               texts(calls.begin(), calls.begin() + 3));
 }
 
+TEST_F(opened_devices, name_may_be_that_of_a_list_which_is_replaced_meanwhile)
+{
+    const SANE_Device **list = nullptr;
+    ASSERT_EQ(SANE_STATUS_GOOD, sane_pelsane_get_devices(&list, SANE_FALSE));
+    scripted::on().open = [&](void **, const char *, char *) -> std::optional<int> {
+        sane_pelsane_get_devices(&list, SANE_FALSE); // releases the list that the name is in
+        return std::nullopt;
+    };
+    scripted::answer("kx_scanner_open", 259, 1); // and asks for access, to be opened a second time
+    scripted::set_need_auth(1, 1);
+    SANE_Handle handle = nullptr;
+    EXPECT_EQ(SANE_STATUS_GOOD, sane_pelsane_open(list[0]->name, &handle));
+    EXPECT_EQ(texts({"kx_scanner_open(virtual:1,0,null,null,null)", "kx_scanner_open(virtual:1,0,null,null,null)"}),
+              scripted::calls_of("kx_scanner_open"));
+}
+
 TEST_F(opened_devices, open_with_a_listening_frontend_does_not_ask_for_the_count_of_the_mapper)
 {
     sane_pelsane_init_ex(nullptr, ignore_event, nullptr);

@@ -257,6 +257,32 @@ TEST_F(value_buffers, a_text_that_is_longer_than_its_size_is_delivered_whole_and
     EXPECT_EQ(times_logged("Warn: The driver's text for option 'text' takes 4 bytes, its size is 4."), 0);
 }
 
+TEST_F(value_buffers, a_set_tells_the_driver_no_more_room_than_the_application_was_told)
+{
+    open_with("text", R"({"type":"string","size":8,"cur":"abc","range":["abc","de"]})");
+    scripted::on().get_status = [](void *, int) -> std::optional<int> {
+        scripted::set_option(1, "text", R"({"type":"string","size":4096,"cur":"abc","range":["abc","de"]})");
+        scripted::change_language();
+        return std::nullopt;
+    };
+    const guarded_memory own = guarded_memory::of_text("fg", 8);
+    EXPECT_EQ(control(1, SANE_ACTION_SET_VALUE, own.data()), SANE_STATUS_GOOD);
+    EXPECT_EQ(scripted::writes().back().length, 8);
+}
+
+TEST_F(value_buffers, a_key_that_the_table_does_not_have_keeps_to_the_size_of_the_option_behind_it)
+{
+    scripted::set_option(1, "text", R"({"type":"string","size":8,"fix-id":35000,"cur":"abc"})");
+    open_device();
+    scripted::set_option(1, "text", R"({"type":"string","size":64,"fix-id":35000,"cur":"abc"})");
+    scripted::set_option_id(35001, 1); // the driver's own name for it
+    std::string buffer(12, 'Z');
+    const void *const key = reinterpret_cast<const void *>(35001);
+    EXPECT_EQ(sane_pelsane_control_option_ex(handle_, key, SANE_ACTION_GET_VALUE, buffer.data(), nullptr),
+              SANE_STATUS_GOOD);
+    EXPECT_EQ(buffer, std::string("abc\0\0\0\0\0ZZZZ", 12));
+}
+
 // ----- a default that only the well-known options have -----
 
 TEST_F(value_buffers, an_automatic_value_of_the_mappers_is_its_default)
