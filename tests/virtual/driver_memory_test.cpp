@@ -8,6 +8,7 @@
 #include "memory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <memory>
@@ -302,18 +303,31 @@ TEST(driver_initialisation, answers_258_when_there_is_no_room_for_its_profile)
     EXPECT_EQ(0, kx_scanner_uninitialize());
 }
 
+std::atomic<int> told_events{0};
+
 // A frontend that listens, on a thread whose allocations count from its first question on.
 int count_on_this_thread(void *, int, void *, unsigned int *, void *)
 {
     alignas(faulty_memory::inside) static unsigned char place[sizeof(faulty_memory::inside)];
     new (place) faulty_memory::inside; // as long as the thread lives
+    ++told_events;
     return 0;
+}
+
+template <typename Condition> bool comes_true(Condition holds)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!holds() && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    return holds();
 }
 
 TEST(driver_thread, lives_on_when_memory_is_short)
 {
+    constexpr std::size_t allocations = 24;
     const environment_variable faults("PELVIRTUAL_FAULTS", "event button every 2 ms always");
-    for (std::size_t nth = 0; nth < 24; ++nth) {
+    std::size_t logged = 0;
+    for (std::size_t nth = 0; nth < allocations; ++nth) {
         SCOPED_TRACE("allocation " + std::to_string(nth));
         const temporary_folder folder;
         const environment_variable level("PELLOG_LEVEL", "warn");
@@ -324,15 +338,16 @@ TEST(driver_thread, lives_on_when_memory_is_short)
         ASSERT_EQ(0, kx_scanner_initialize(count_on_this_thread, nullptr));
         void *handle = nullptr;
         EXPECT_EQ(0, kx_scanner_open(&handle, "", 0, nullptr, nullptr, nullptr, nullptr));
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (content_of(folder.file("log")).empty() && std::chrono::steady_clock::now() < end)
-            std::this_thread::yield();
+        EXPECT_TRUE(comes_true(faulty_memory::has_failed));
+        const int told = told_events;
+        const auto is_logged = [&folder] { return !content_of(folder.file("log")).empty(); };
+        EXPECT_TRUE(comes_true([&] { return is_logged() || told_events > told + 3; }));
         EXPECT_EQ(0, kx_scanner_close(handle, 1));
         EXPECT_EQ(0, kx_scanner_uninitialize());
-        EXPECT_TRUE(faulty_memory::has_failed());
-        EXPECT_NE("", content_of(folder.file("log")));
+        logged += is_logged() ? 1 : 0;
         faulty_memory::reset();
     }
+    EXPECT_GE(logged, allocations - 1); // a library may do without the memory once
 }
 
 TEST_P(driver_memory, may_run_short_once)
