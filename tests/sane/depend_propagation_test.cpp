@@ -359,3 +359,16 @@ TEST_F(depend_propagation, many_options_are_switched_at_once)
     EXPECT_EQ(set_flag("master", false), SANE_INFO_RELOAD_OPTIONS);
     EXPECT_EQ(scripted::notices().size(), 300U);
 }
+
+TEST_F(depend_propagation, what_depends_on_an_option_that_changes_twice_is_decided_once)
+{
+    add_flag("first", false);
+    add_flag("middle", true, R"(,"depend_and":["first==true","last==true"])"); // on, and off when "last" is inactive
+    add_flag("last", true, R"(,"depend_and":["first==false"])");
+    add_flag("behind", true, R"(,"depend_and":["middle==true"])");
+    open_all();
+    EXPECT_EQ(set_flag("first", true), SANE_INFO_RELOAD_OPTIONS);
+    EXPECT_EQ(told(), (texts{"middle=1", "last=0", "behind=1", "middle=0"}));
+    EXPECT_FALSE(is_active("middle"));
+    EXPECT_TRUE(is_active("behind")); // "middle" has been in the work list
+}

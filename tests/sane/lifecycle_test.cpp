@@ -302,6 +302,7 @@ TEST_F(lifecycle, folder_is_the_librarys_path_up_to_the_last_slash)
         {"/libsane-pelsane.so.1", "/"},
         {"lib/libsane-pelsane.so.1", "lib/"},
         {"libsane-pelsane.so.1", "libsane-pelsane.so.1"},
+        {std::string(512, 'x'), std::string(512, 'x')}, // fills the buffer, without a terminator
         {"", ""},
         {std::nullopt, ""},
     };

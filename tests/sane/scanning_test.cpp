@@ -2,6 +2,7 @@
 // Parameters, start, read, cancel and io_control: what reaches the driver and what comes back.
 #include "backend_test.h"
 
+#include <cerrno>
 #include <condition_variable>
 #include <csignal>
 #include <cstring>
@@ -247,6 +248,17 @@ TEST_F(scanning, cancel_of_a_handle_that_is_not_open_is_logged_alone)
     sane_pelsane_cancel(unknown_handle);
     sane_pelsane_cancel(nullptr);
     EXPECT_EQ(texts(2, "Info: [ sane_cancel ]"), scripted::record());
+}
+
+TEST_F(scanning, cancel_leaves_errno_to_the_call_that_it_interrupts)
+{
+    scripted::on().stop = [](void *) -> std::optional<int> {
+        errno = ENOENT;
+        return std::nullopt;
+    };
+    errno = EAGAIN;
+    sane_pelsane_cancel(device_);
+    EXPECT_EQ(EAGAIN, errno);
 }
 
 TEST_F(scanning, cancel_from_another_thread_ends_a_read_that_waits)

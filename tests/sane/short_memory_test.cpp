@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Each allocation of a call fails once: the call answers "no memory" or does without, and nothing is left behind.
 #include "inner_sane.h"
+#include "open_scanners.h"
 #include "pauses.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
@@ -164,7 +165,10 @@ TEST_F(short_of_memory, open_without_a_record_closes_the_device_again)
 TEST_F(short_of_memory, open_leaves_no_device_behind_whichever_object_fails)
 {
     inner_sane_init(nullptr);
-    expect_all_or_fewer_options(fail_each_allocation<short_memory::failing_new>(open_and_close));
+    const int allocations = fail_each_allocation<short_memory::failing_new>(open_and_close);
+    for (std::uintptr_t i = 1; i < more_than_enough; ++i)
+        EXPECT_FALSE(open_scanners::contains(reinterpret_cast<void *>(i << 32 | 2 * i))) << i;
+    expect_all_or_fewer_options(allocations);
 }
 
 TEST_F(short_of_memory, open_leaves_no_device_behind_whichever_block_fails)

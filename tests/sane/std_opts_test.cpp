@@ -322,4 +322,8 @@ TEST_F(std_opts, a_negative_size_of_the_driver_option_does_no_harm)
     EXPECT_EQ(mapper_.set_value(scanner_, duplex, &word), 0);
     const auto write = scripted::writes().at(0);
     EXPECT_EQ(write.length, 7); // the word and its terminator
+    page_.size = 0;
+    scripted::set_translation("双面", "2");
+    EXPECT_EQ(mapper_.set_value(scanner_, duplex, &word), 0);
+    EXPECT_EQ(scripted::writes().at(1).length, 2);
 }

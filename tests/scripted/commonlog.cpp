@@ -4,6 +4,7 @@
 
 #include "state.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
@@ -31,6 +32,7 @@ void record_line(const char *level, void *log, const char *format, std::va_list 
         record_log(whole, std::string(level) + format);
     }
     va_end(again);
+    errno = EBADF; // as a log may that writes to a file
 }
 
 } // namespace

@@ -86,6 +86,8 @@ char *get_file_path(const char *module, char *path)
     }
     if (!found)
         return nullptr;
-    path[found->copy(path, path_size - 1)] = '\0';
+    const std::size_t length = found->copy(path, path_size);
+    if (length < path_size)
+        path[length] = '\0';
     return path;
 }

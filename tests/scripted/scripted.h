@@ -155,7 +155,8 @@ std::optional<int> fire_event(void *handle, int event, void *data = nullptr, uns
 
 void set_translation(int word_id, const std::optional<std::string> &text);             // default "?ID"; nothing: null
 void set_translation(const std::string &word, const std::optional<std::string> &text); // default: the word itself
-void set_file_path(const std::optional<std::string> &path); // default "/opt/scan/sane/libsane-pelsane.so.1"
+// Default "/opt/scan/sane/libsane-pelsane.so.1"; a path of 512 bytes or more has no terminator in its buffer.
+void set_file_path(const std::optional<std::string> &path);
 
 // Calls what is registered for language changes, on the calling thread; answers how many there are.
 int change_language();
