@@ -62,7 +62,7 @@ std::size_t bytes_within_list(const SANE_Option_Descriptor &desc, const void *va
 {
     const auto *const text = static_cast<const char *>(value);
     const auto [begin, end] = list_of(desc);
-    if (std::less<>()(text, begin) || !std::less<>()(text, end))
+    if (text == nullptr || std::less<>()(text, begin) || !std::less<>()(text, end))
         return 0;
     const auto left = static_cast<std::size_t>(end - text);
     return desc.type == SANE_TYPE_STRING ? strnlen(text, left - 1) + 1 : left;
