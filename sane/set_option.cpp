@@ -109,18 +109,16 @@ struct kx_sane_middleware::request {
 };
 
 struct kx_sane_middleware::write_request : request {
-    write_request(request &&call, bool is_automatic) : request(std::move(call)), automatic(is_automatic) {}
-
-    bool automatic;
+    bool automatic = false;
     bool well_known = false;
     bool is_stored = false;
     int number = -1;
     SANE_Value_Type type = SANE_TYPE_BUTTON;
     int size = 0;
-    std::string name; // name and title stay empty for an option that is not in the table
-    std::string title;
-    std::string before;
-    std::string after;
+    std::string name{}; // name and title stay empty for an option that is not in the table
+    std::string title{};
+    std::string before{};
+    std::string after{};
 
     void log_values() const
     {
@@ -162,7 +160,7 @@ int kx_sane_middleware::set_option(void *handle, const void *option, int action,
         return read_fixed_id(call);
     case SANE_ACTION_SET_VALUE:
     case SANE_ACTION_SET_AUTO: {
-        write_request write(std::move(call), action == SANE_ACTION_SET_AUTO);
+        write_request write{std::move(call), action == SANE_ACTION_SET_AUTO};
         return write_option(write, info);
     }
     default:
