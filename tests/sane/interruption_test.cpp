@@ -139,6 +139,35 @@ TEST_F(interruption, thread_that_is_cancelled_within_a_read_unwinds)
     EXPECT_EQ(SANE_STATUS_EOF, sane_pelsane_read(read.device, &byte, 1, nullptr));
 }
 
+TEST_F(interruption, thread_that_is_cancelled_within_exit_leaves_no_device_to_cancel)
+{
+    init();
+    open("first");
+    const SANE_Handle second = open("second");
+    sem_t is_waiting;
+    ASSERT_EQ(0, sem_init(&is_waiting, 0, 0));
+    scripted::on().close = [&is_waiting](void *, int) -> std::optional<int> {
+        sem_post(&is_waiting);
+        while (true)
+            pause();
+    };
+    const auto exit = [](void *) -> void * {
+        sane_pelsane_exit();
+        return nullptr;
+    };
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(&thread, nullptr, exit, nullptr));
+    ASSERT_EQ(0, sem_wait(&is_waiting));
+    EXPECT_EQ(0, pthread_cancel(thread));
+    EXPECT_EQ(0, pthread_join(thread, nullptr));
+    sem_destroy(&is_waiting);
+
+    scripted::on().close = nullptr;
+    init();
+    sane_pelsane_cancel(second);
+    EXPECT_EQ(texts(), scripted::calls_of("kx_scanner_stop"));
+}
+
 // ===== a frontend that calls back in =====
 
 TEST_F(interruption, frontend_that_calls_in_while_the_driver_starts_finds_the_same_object)
