@@ -60,6 +60,12 @@ void copy_number(const char *&p, std::string &out)
     p += length;
 }
 
+// The locale's decimal point.
+const char *point_of_locale()
+{
+    return nl_langinfo(RADIXCHAR); // NOLINT(concurrency-mt-unsafe): glibc's is safe, and cJSON asks the same
+}
+
 bool begins_number(char c)
 {
     return c == '-' || (c >= '0' && c <= '9');
@@ -69,8 +75,7 @@ bool begins_number(char c)
 
 bool is_radix_character_long()
 {
-    const char *const radix_character =
-        nl_langinfo(RADIXCHAR); // asked with every document: no look further than needed
+    const char *const radix_character = point_of_locale(); // asked with every document: no strlen
     return radix_character[0] != '\0' && radix_character[1] != '\0';
 }
 
@@ -90,7 +95,7 @@ std::string without_points(const char *document)
 
 std::string with_plain_points(const std::string &printed)
 {
-    const std::string_view rest_of_point = nl_langinfo(RADIXCHAR) + 1;
+    const std::string_view rest_of_point = point_of_locale() + 1;
     std::string out;
     for (const char *p = printed.c_str(); *p != '\0';) {
         if (*p == '"') {

@@ -51,8 +51,9 @@ struct _dev_inst {
 };
 
 // An opened device across calls into the driver. Any of them may come back through the frontend's event function and
-// close the device, open another one under the same driver handle, reload its options, or exit. So whoever calls the
-// driver keeps one of these, and after the call takes nothing that was looked up before it, but the record anew.
+// close the device, open another one under the same driver handle, reload its options, or exit. A function that
+// calls the driver keeps one of these. After the call it uses nothing that it looked up before, and asks for the record
+// again.
 class opened_device {
 public:
     // The device that is open under a driver handle, if there is one.

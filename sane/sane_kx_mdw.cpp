@@ -158,7 +158,7 @@ kx_sane_middleware::~kx_sane_middleware()
         take_record(openning_dev_.begin());
 }
 
-// Results are not checked: a driver that does not start answers for itself in the calls that follow. A frontend that
+// Results are not checked: a driver that does not start returns errors from the calls that follow. A frontend that
 // exits within an event of these calls has stopped the driver: nothing more is registered then.
 void kx_sane_middleware::start_driver()
 {

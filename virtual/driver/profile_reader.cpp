@@ -78,7 +78,7 @@ private:
 // as under ps_AF, a thread of its own works in the C locale: the host's is not this library's to change.
 template <typename Work> auto where_points_are_short(Work work)
 {
-    if (std::strlen(nl_langinfo(RADIXCHAR)) <= 1)
+    if (std::strlen(nl_langinfo(RADIXCHAR)) <= 1) // NOLINT(concurrency-mt-unsafe): glibc's is safe
         return work();
     return std::async(std::launch::async,
                       [&work] {
