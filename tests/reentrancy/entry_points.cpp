@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Every entry point that reaches the driver, with what decides its way there: the kind of option, the action, the
-// driver's answer. Those that never reach it (set_io_mode, get_select_fd, read_ext_info) have nothing to come in from.
+// driver's answer. Those that never reach it (set_io_mode, get_select_fd, read_ext_info) call no driver function, so
+// nothing can come in.
 #include "frontend.h"
 #include "scripted.h"
 

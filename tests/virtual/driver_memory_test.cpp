@@ -2,7 +2,7 @@
 // Each allocation of a session fails once, alone or with all that follow it in the same call: while pages are made
 // those of the driver and those of images' points, which is where the image library may run short; in all other calls
 // those of C libraries, too. (An initialisation looks for room for each profile first, and runs short there.) The call
-// then answers 258, or 269 where an image could not be made, with a line in the log, or it does without, and all that
+// then returns 258, or 269 where an image could not be made, with a line in the log, or it does without, and all that
 // it delivers is as ever; and the next session is as ever.
 #include "driver_fixture.h"
 #include "memory.h"
