@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
-#include <memory>
 
 namespace {
 
@@ -38,65 +37,28 @@ Examples:
   pelsane-inspect scan -o page-%d.png
   pelsane-inspect COMMAND --help)";
 
-// Arguments under their own names, as in the manual page, without the library's types and counts.
-class plain_formatter : public CLI::Formatter {
-public:
-    // What stands for several words is no name to the library, and is given as the option's text.
-    [[nodiscard]] std::string make_option_name(const CLI::Option *option, bool is_positional) const override
-    {
-        const std::string &words = option->get_option_text();
-        return is_positional && !words.empty() ? words : CLI::Formatter::make_option_name(option, is_positional);
-    }
-
-    [[nodiscard]] std::string make_option_usage(const CLI::Option *option) const override
-    {
-        const std::string name = make_option_name(option, true);
-        return option->get_required() ? name : "[" + name + "]";
-    }
-
-    [[nodiscard]] std::string make_option_opts(const CLI::Option *option) const override
-    {
-        if (option->get_positional() || option->get_type_size() == 0)
-            return "";
-        const std::string type = option->get_type_name();
-        const std::string preset = option->get_default_str();
-        return " " + type.substr(0, type.find(':')) + (preset.empty() ? "" : " (" + preset + ")") +
-               (option->get_required() ? ", required" : "");
-    }
-};
-
-void add_commands(CLI::App &program, inspect::chosen_command &chosen)
+void add_commands(inspect::command_line &program)
 {
-    inspect::add_devices_command(program, chosen);
-    inspect::add_options_command(program, chosen);
-    inspect::add_get_command(program, chosen);
-    inspect::add_set_command(program, chosen);
-    inspect::add_info_command(program, chosen);
-    inspect::add_explain_command(program, chosen);
-    inspect::add_graph_command(program, chosen);
-    inspect::add_lint_command(program, chosen);
-    inspect::add_capture_command(program, chosen);
-    inspect::add_scan_command(program, chosen);
-    inspect::add_watch_command(program, chosen);
+    inspect::add_devices_command(program);
+    inspect::add_options_command(program);
+    inspect::add_get_command(program);
+    inspect::add_set_command(program);
+    inspect::add_info_command(program);
+    inspect::add_explain_command(program);
+    inspect::add_graph_command(program);
+    inspect::add_lint_command(program);
+    inspect::add_capture_command(program);
+    inspect::add_scan_command(program);
+    inspect::add_watch_command(program);
 }
 
 exit_status run(int count, char **words)
 {
-    CLI::App program("See into a document scanner: what its options are, why they are greyed out, what it does.",
-                     "pelsane-inspect");
-    program.footer(closing_words);
-    program.require_subcommand(1);
-    program.formatter(std::make_shared<plain_formatter>());
-    inspect::chosen_command chosen;
-    add_commands(program, chosen);
-    try {
-        program.parse(count, words);
-    } catch (const CLI::ParseError &error) {
-        const bool was_help = program.exit(error) == 0;
-        inspect::finish_output();
-        return was_help ? exit_status::done : exit_status::usage;
-    }
-    const exit_status status = chosen();
+    inspect::command_line program(
+        "pelsane-inspect", "See into a document scanner: what its options are, why they are greyed out, what it does.",
+        closing_words);
+    add_commands(program);
+    const exit_status status = program.run(count, words);
     inspect::finish_output();
     return status;
 }

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <fmt/format.h>
 #include <limits>
+#include <memory>
 
 namespace inspect {
 
@@ -144,30 +145,23 @@ exit_status write_capture(const capture_arguments &arguments)
 
 } // namespace
 
-void add_capture_command(CLI::App &program, chosen_command &chosen)
+void add_capture_command(command_line &program)
 {
-    add_command<capture_arguments>(
-        program, chosen, "capture", "Write a profile, with which the virtual scanner stands in for a scanner",
-        [](CLI::App &command, capture_arguments &arguments) {
-            command.add_option("DEVICE", arguments.device, device_help);
-            command
-                .add_option("-o,--output", arguments.output,
-                            "The file; without it, or when it is -, the profile is printed")
-                ->type_name("FILE");
-            command
-                .add_option("--catalogue", arguments.catalogue,
-                            "A file for titles and descriptions, for the folder in PELLANG_CATALOGUES")
-                ->type_name("FILE");
-            command.add_option("--language", arguments.language, "The language that these texts are in")
-                ->type_name("TAG")
-                ->capture_default_str();
-            command.add_flag("--anonymous", arguments.anonymous, "Leave out serial number, name and addresses");
-        },
-        write_capture)
-        ->footer("What the profile cannot say is told on standard error, and makes the exit status 1.\n\n"
-                 "Example:\n"
-                 "  pelsane-inspect capture -o customer.json\n"
-                 "  PELVIRTUAL_PROFILES=customer.json pelsane-inspect options");
+    const auto arguments = std::make_shared<capture_arguments>();
+    program
+        .add_command("capture", "Write a profile, with which the virtual scanner stands in for a scanner",
+                     "What the profile cannot say is told on standard error, and makes the exit status 1.\n\n"
+                     "Example:\n"
+                     "  pelsane-inspect capture -o customer.json\n"
+                     "  PELVIRTUAL_PROFILES=customer.json pelsane-inspect options",
+                     [arguments] { return write_capture(*arguments); })
+        .device(arguments->device)
+        .text(arguments->output, "-o,--output", "FILE", "The file; without it, or when it is -, the profile is printed")
+        .text(arguments->catalogue, "--catalogue", "FILE",
+              "A file for titles and descriptions, for the folder in PELLANG_CATALOGUES")
+        .preset_text(arguments->language, "--language", "TAG", "The language that these texts are in")
+        .flag(arguments->anonymous, "--anonymous", "Leave out serial number, name and addresses")
+        .json(arguments->json);
 }
 
 } // namespace inspect

@@ -7,6 +7,7 @@
 #include "text_table.h"
 
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -44,12 +45,13 @@ exit_status print_devices(const devices_arguments &arguments)
 
 } // namespace
 
-void add_devices_command(CLI::App &program, chosen_command &chosen)
+void add_devices_command(command_line &program)
 {
-    add_command<devices_arguments>(
-        program, chosen, "devices", "List the scanners, with the versions of backend and driver",
-        [](CLI::App &, devices_arguments &) {}, print_devices)
-        ->footer("Example:\n  pelsane-inspect devices --json");
+    const auto arguments = std::make_shared<devices_arguments>();
+    program
+        .add_command("devices", "List the scanners, with the versions of backend and driver",
+                     "Example:\n  pelsane-inspect devices --json", [arguments] { return print_devices(*arguments); })
+        .json(arguments->json);
 }
 
 } // namespace inspect

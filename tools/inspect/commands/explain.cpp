@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -191,21 +192,18 @@ exit_status print_explanation(const explain_arguments &arguments)
 
 } // namespace
 
-void add_explain_command(CLI::App &program, chosen_command &chosen)
+void add_explain_command(command_line &program)
 {
-    add_command<explain_arguments>(
-        program, chosen, "explain", "Say why an option is active or greyed out, and what depends on it",
-        [](CLI::App &command, explain_arguments &arguments) {
-            command.add_option("NAME", arguments.words, option_help)
-                ->required()
-                ->expected(1, 2)
-                ->option_text("[DEVICE] NAME");
-            add_settings(command, arguments.settings);
-        },
-        print_explanation)
-        ->footer("Examples:\n"
-                 "  pelsane-inspect explain scan-count\n"
-                 "  pelsane-inspect explain virtual:duplex-feeder threshold --set mode=Lineart");
+    const auto arguments = std::make_shared<explain_arguments>();
+    program
+        .add_command("explain", "Say why an option is active or greyed out, and what depends on it",
+                     "Examples:\n"
+                     "  pelsane-inspect explain scan-count\n"
+                     "  pelsane-inspect explain virtual:duplex-feeder threshold --set mode=Lineart",
+                     [arguments] { return print_explanation(*arguments); })
+        .option(arguments->words)
+        .settings(arguments->settings)
+        .json(arguments->json);
 }
 
 } // namespace inspect

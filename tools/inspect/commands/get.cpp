@@ -7,6 +7,7 @@
 #include "setting.h"
 
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -44,19 +45,16 @@ exit_status print_value(const get_arguments &arguments)
 
 } // namespace
 
-void add_get_command(CLI::App &program, chosen_command &chosen)
+void add_get_command(command_line &program)
 {
-    add_command<get_arguments>(
-        program, chosen, "get", "Print the value of an option",
-        [](CLI::App &command, get_arguments &arguments) {
-            command.add_option("NAME", arguments.words, option_help)
-                ->required()
-                ->expected(1, 2)
-                ->option_text("[DEVICE] NAME");
-            add_settings(command, arguments.settings);
-        },
-        print_value)
-        ->footer("Examples:\n  pelsane-inspect get resolution\n  pelsane-inspect get virtual:duplex-feeder 34840");
+    const auto arguments = std::make_shared<get_arguments>();
+    program
+        .add_command("get", "Print the value of an option",
+                     "Examples:\n  pelsane-inspect get resolution\n  pelsane-inspect get virtual:duplex-feeder 34840",
+                     [arguments] { return print_value(*arguments); })
+        .option(arguments->words)
+        .settings(arguments->settings)
+        .json(arguments->json);
 }
 
 } // namespace inspect

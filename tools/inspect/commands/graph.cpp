@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fmt/format.h>
+#include <memory>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -183,22 +184,20 @@ exit_status print_graph(const graph_arguments &arguments)
 
 } // namespace
 
-void add_graph_command(CLI::App &program, chosen_command &chosen)
+void add_graph_command(command_line &program)
 {
-    add_command<graph_arguments>(
-        program, chosen, "graph", "Show which options decide about which others, for Graphviz",
-        [](CLI::App &command, graph_arguments &arguments) {
-            command.add_option("DEVICE", arguments.device, device_help);
-            add_settings(command, arguments.settings);
-            command
-                .add_option("--svg", arguments.svg,
-                            "Write a picture to this file, or - for standard output; \"dot\" has to be installed")
-                ->type_name("FILE");
-        },
-        print_graph)
-        ->footer("Examples:\n"
-                 "  pelsane-inspect graph virtual:duplex-feeder | dot -Tpng >options.png\n"
-                 "  pelsane-inspect graph --set mode=Lineart --svg options.svg");
+    const auto arguments = std::make_shared<graph_arguments>();
+    program
+        .add_command("graph", "Show which options decide about which others, for Graphviz",
+                     "Examples:\n"
+                     "  pelsane-inspect graph virtual:duplex-feeder | dot -Tpng >options.png\n"
+                     "  pelsane-inspect graph --set mode=Lineart --svg options.svg",
+                     [arguments] { return print_graph(*arguments); })
+        .device(arguments->device)
+        .settings(arguments->settings)
+        .text(arguments->svg, "--svg", "FILE",
+              "Write a picture to this file, or - for standard output; \"dot\" has to be installed")
+        .json(arguments->json);
 }
 
 } // namespace inspect

@@ -9,6 +9,7 @@
 #include "text_table.h"
 
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -47,15 +48,15 @@ exit_status print_info(const info_arguments &arguments)
 
 } // namespace
 
-void add_info_command(CLI::App &program, chosen_command &chosen)
+void add_info_command(command_line &program)
 {
-    add_command<info_arguments>(
-        program, chosen, "info", "List what the driver says of a scanner: versions, serial number, counters",
-        [](CLI::App &command, info_arguments &arguments) {
-            command.add_option("DEVICE", arguments.device, device_help);
-        },
-        print_info)
-        ->footer("Example:\n  pelsane-inspect info virtual:duplex-feeder --json");
+    const auto arguments = std::make_shared<info_arguments>();
+    program
+        .add_command("info", "List what the driver says of a scanner: versions, serial number, counters",
+                     "Example:\n  pelsane-inspect info virtual:duplex-feeder --json",
+                     [arguments] { return print_info(*arguments); })
+        .device(arguments->device)
+        .json(arguments->json);
 }
 
 } // namespace inspect

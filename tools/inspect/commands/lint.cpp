@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -85,19 +86,19 @@ exit_status print_findings(const lint_arguments &arguments)
 
 } // namespace
 
-void add_lint_command(CLI::App &program, chosen_command &chosen)
+void add_lint_command(command_line &program)
 {
-    add_command<lint_arguments>(
-        program, chosen, "lint", "Find mistakes in the texts by which a driver describes its options",
-        [](CLI::App &command, lint_arguments &arguments) {
-            command.add_option("SUBJECT", arguments.subject,
-                               "The scanner, which may be left out when there is only one, or a file: a profile of a\n"
-                               "virtual scanner, or texts as a driver gives them, \"name\" : {...}, one a line");
-        },
-        print_findings)
-        ->footer("Examples:\n"
-                 "  pelsane-inspect lint virtual:duplex-feeder\n"
-                 "  pelsane-inspect lint my_scanner.json");
+    const auto arguments = std::make_shared<lint_arguments>();
+    program
+        .add_command("lint", "Find mistakes in the texts by which a driver describes its options",
+                     "Examples:\n"
+                     "  pelsane-inspect lint virtual:duplex-feeder\n"
+                     "  pelsane-inspect lint my_scanner.json",
+                     [arguments] { return print_findings(*arguments); })
+        .word(arguments->subject, "SUBJECT",
+              "The scanner, which may be left out when there is only one, or a file: a profile of a\n"
+              "virtual scanner, or texts as a driver gives them, \"name\" : {...}, one a line")
+        .json(arguments->json);
 }
 
 } // namespace inspect

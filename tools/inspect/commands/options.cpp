@@ -8,6 +8,7 @@
 #include "text_table.h"
 
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -88,16 +89,16 @@ exit_status print_options(const options_arguments &arguments)
 
 } // namespace
 
-void add_options_command(CLI::App &program, chosen_command &chosen)
+void add_options_command(command_line &program)
 {
-    add_command<options_arguments>(
-        program, chosen, "options", "List all options of a scanner, with values and what is allowed",
-        [](CLI::App &command, options_arguments &arguments) {
-            command.add_option("DEVICE", arguments.device, device_help);
-            add_settings(command, arguments.settings);
-        },
-        print_options)
-        ->footer("Example:\n  pelsane-inspect options virtual:duplex-feeder --set mode=Gray");
+    const auto arguments = std::make_shared<options_arguments>();
+    program
+        .add_command("options", "List all options of a scanner, with values and what is allowed",
+                     "Example:\n  pelsane-inspect options virtual:duplex-feeder --set mode=Gray",
+                     [arguments] { return print_options(*arguments); })
+        .device(arguments->device)
+        .settings(arguments->settings)
+        .json(arguments->json);
 }
 
 } // namespace inspect

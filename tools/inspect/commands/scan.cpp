@@ -13,7 +13,7 @@
 
 #include <cstdio>
 #include <fmt/format.h>
-#include <limits>
+#include <memory>
 #include <unistd.h>
 
 namespace inspect {
@@ -208,29 +208,23 @@ exit_status scan(const scan_arguments &arguments)
 
 } // namespace
 
-void add_scan_command(CLI::App &program, chosen_command &chosen)
+void add_scan_command(command_line &program)
 {
-    add_command<scan_arguments>(
-        program, chosen, "scan", "Scan one page, or all that are in the feeder, into files",
-        [](CLI::App &command, scan_arguments &arguments) {
-            command.add_option("DEVICE", arguments.device, device_help);
-            command
-                .add_option("-o,--output", arguments.file,
-                            "The file, or - for standard output; all pages are scanned when \"%d\" stands in it\n"
-                            "for the page's number")
-                ->required()
-                ->type_name("FILE");
-            command.add_option("--format", arguments.format, "png, tiff or pnm; otherwise as the file's name ends")
-                ->type_name("FORMAT");
-            command.add_option("--count", arguments.count, "No more than this many pages")
-                ->type_name("NUMBER")
-                ->check(CLI::Range(1, std::numeric_limits<int>::max()));
-            add_settings(command, arguments.settings);
-        },
-        scan)
-        ->footer("Examples:\n"
-                 "  pelsane-inspect scan -o page.png --set resolution=300\n"
-                 "  pelsane-inspect scan virtual:duplex-feeder -o 'page-%03d.tiff' --count 10");
+    const auto arguments = std::make_shared<scan_arguments>();
+    program
+        .add_command("scan", "Scan one page, or all that are in the feeder, into files",
+                     "Examples:\n"
+                     "  pelsane-inspect scan -o page.png --set resolution=300\n"
+                     "  pelsane-inspect scan virtual:duplex-feeder -o 'page-%03d.tiff' --count 10",
+                     [arguments] { return scan(*arguments); })
+        .device(arguments->device)
+        .required_text(arguments->file, "-o,--output", "FILE",
+                       "The file, or - for standard output; all pages are scanned when \"%d\" stands in it\n"
+                       "for the page's number")
+        .text(arguments->format, "--format", "FORMAT", "png, tiff or pnm; otherwise as the file's name ends")
+        .count(arguments->count, "--count", "No more than this many pages")
+        .settings(arguments->settings)
+        .json(arguments->json);
 }
 
 } // namespace inspect

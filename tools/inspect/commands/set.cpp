@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <memory>
 
 namespace inspect {
 
@@ -158,22 +159,19 @@ exit_status set_options(const set_arguments &arguments)
 
 } // namespace
 
-void add_set_command(CLI::App &program, chosen_command &chosen)
+void add_set_command(command_line &program)
 {
-    add_command<set_arguments>(
-        program, chosen, "set", "Set options, and show what changed with them",
-        [](CLI::App &command, set_arguments &arguments) {
-            command
-                .add_option("NAME", arguments.words,
-                            "The scanner, which may be left out when there is only one, and what to set: a name, a\n"
-                            "number or a well-known identifier, and a value. An empty value presses a button")
-                ->required()
-                ->option_text("[DEVICE] NAME=VALUE...");
-        },
-        set_options)
-        ->footer("Examples:\n"
-                 "  pelsane-inspect set resolution=300 mode=Gray\n"
-                 "  pelsane-inspect set virtual:duplex-feeder clear-rollers=");
+    const auto arguments = std::make_shared<set_arguments>();
+    program
+        .add_command("set", "Set options, and show what changed with them",
+                     "Examples:\n"
+                     "  pelsane-inspect set resolution=300 mode=Gray\n"
+                     "  pelsane-inspect set virtual:duplex-feeder clear-rollers=",
+                     [arguments] { return set_options(*arguments); })
+        .words(arguments->words, "[DEVICE] NAME=VALUE...",
+               "The scanner, which may be left out when there is only one, and what to set: a name, a\n"
+               "number or a well-known identifier, and a value. An empty value presses a button")
+        .json(arguments->json);
 }
 
 } // namespace inspect

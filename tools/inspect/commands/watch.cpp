@@ -11,7 +11,7 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <limits>
+#include <memory>
 
 namespace inspect {
 
@@ -56,18 +56,16 @@ exit_status watch(const watch_arguments &arguments)
 
 } // namespace
 
-void add_watch_command(CLI::App &program, chosen_command &chosen)
+void add_watch_command(command_line &program)
 {
-    add_command<watch_arguments>(
-        program, chosen, "watch", "Show the driver's events as they come, until interrupted",
-        [](CLI::App &command, watch_arguments &arguments) {
-            command.add_option("DEVICE", arguments.device, device_help);
-            command.add_option("--count", arguments.count, "End after this many events")
-                ->type_name("NUMBER")
-                ->check(CLI::Range(1, std::numeric_limits<int>::max()));
-        },
-        watch)
-        ->footer("Example:\n  pelsane-inspect watch --json | while read -r event; do echo \"$event\"; done");
+    const auto arguments = std::make_shared<watch_arguments>();
+    program
+        .add_command("watch", "Show the driver's events as they come, until interrupted",
+                     "Example:\n  pelsane-inspect watch --json | while read -r event; do echo \"$event\"; done",
+                     [arguments] { return watch(*arguments); })
+        .device(arguments->device)
+        .count(arguments->count, "--count", "End after this many events")
+        .json(arguments->json);
 }
 
 } // namespace inspect
