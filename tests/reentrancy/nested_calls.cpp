@@ -56,7 +56,7 @@ void get_number(frontend &f)
     sane_pelsane_control_option(f.own(), number_number, SANE_ACTION_GET_VALUE, &word, nullptr);
 }
 
-void read(frontend &f)
+void read_once(frontend &f)
 {
     SANE_Byte data[16];
     SANE_Int length = 0;
@@ -107,7 +107,7 @@ const std::vector<nested_call> &nested_calls()
         {"change of language", [](frontend &) { scripted::change_language(); }, false, nullptr, true},
         {"change that loses options", lose_options, false, nullptr, true, true},
         {"start", [](frontend &f) { sane_pelsane_start(f.own()); }},
-        {"read", read},
+        {"read", read_once},
         {"cancel", [](frontend &f) { sane_pelsane_cancel(f.own()); }},
         {"open of many devices", open_many, false, "change of language"},
     };
