@@ -213,7 +213,7 @@ TEST_F(scan, refuses_a_number_of_pages_that_is_none)
     const outcome result = inspect({"scan", "-o", page("p%d.pgm"), "--count", "0"});
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.messages,
-              "--count: Value 0 not in range 1 to 2147483647\nRun with --help for more information.\n");
+              "--count: Value 0 is no number from 1 to 2147483647\nRun with --help for more information.\n");
 }
 
 TEST_F(scan, knows_three_formats)

@@ -2,7 +2,10 @@
 #include "command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <limits>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace inspect {
@@ -35,6 +38,17 @@ public:
                (option->get_required() ? ", required" : "");
     }
 };
+
+// Empty when there is none. The library's own words for a range are others in each of its versions.
+std::string mistake_in_count(const std::string &word)
+{
+    int number = 0;
+    const char *const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, number);
+    if (error == std::errc() && rest == end && number >= 1)
+        return {};
+    return "Value " + word + " is no number from 1 to " + std::to_string(std::numeric_limits<int>::max());
+}
 
 } // namespace
 
@@ -97,7 +111,7 @@ command_arguments &command_arguments::preset_text(std::string &value, const char
 
 command_arguments &command_arguments::count(int &value, const char *name, const char *help)
 {
-    command_->add_option(name, value, help)->type_name("NUMBER")->check(CLI::Range(1, std::numeric_limits<int>::max()));
+    command_->add_option(name, value, help)->type_name("NUMBER")->check(mistake_in_count);
     return *this;
 }
 
