@@ -133,7 +133,7 @@ def statements(code):
         elif re.match(r"return\b", statement):
             if re.search(r"(\)|\belse)\s*$", code[:begin]) or re.match(r";\s*\n[ \t]+\}", code[end:]):
                 yield begin, end, ""
-        elif not NOT_STATEMENTS.match(statement):
+        elif not NOT_STATEMENTS.match(statement) and not re.search(r"= (delete|default)$", statement):
             head = re.split(r"\(| [-+*/%|&]?= ", statement, maxsplit=1)[0]
             if head != statement and not re.search(r"\s", head.strip()):
                 yield begin, end, ""

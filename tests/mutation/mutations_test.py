@@ -51,6 +51,9 @@ class Mutations(unittest.TestCase):
     def test_last_return_of_a_function_stays(self):
         self.assertEqual(names("int f()\n{\n    g(a);\n    return h();\n}\n"), ["g(a) -> (nothing)"])
 
+    def test_what_a_class_has_not_or_gets_for_nothing_stays(self):
+        self.assertEqual(names("struct S {\n    int x;\n    S(const S &) = delete;\n    ~S() = default;\n};\n"), [])
+
     def test_same_change_twice_in_a_line_is_told_apart(self):
         self.assertEqual(names("x = a == b || c == d;"), ["== -> !=", "|| -> &&", "== -> != (2)"])
 
