@@ -35,6 +35,8 @@ protected:
     }
 };
 
+namespace {
+
 // Points of one grey, from the first to the one behind the last.
 using run = std::array<int, 3>; // begin, end, grey
 
@@ -90,6 +92,8 @@ place ink_within(const scanned_page &page, const place &part)
     }
     return ink;
 }
+
+} // namespace
 
 TEST_F(driver_document, has_a_frame_and_tells_which_way_up_it_is)
 {

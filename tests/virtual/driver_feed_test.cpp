@@ -92,6 +92,37 @@ TEST_F(driver_feed, keeps_the_colours_of_an_image)
     EXPECT_EQ((std::vector<int>{10, 120, 230}), device.scan().color(310, 438));
 }
 
+TEST_F(driver_feed, keeps_the_colours_of_images_of_every_kind)
+{
+    const auto write = [&](const char *name, Pix *image) {
+        ASSERT_EQ(0, pixWrite(folder_.file(name).c_str(), image, IFF_PNG));
+    };
+    Pix *full = pixCreate(100, 100, 32);
+    l_uint32 color = 0;
+    composeRGBPixel(10, 120, 230, &color);
+    pixSetAllArbitrary(full, color);
+    write("1.png", full);
+    Pix *mapped = pixConvertRGBToColormap(full, 0);
+    ASSERT_NE(nullptr, pixGetColormap(mapped));
+    write("2.png", mapped);
+    Pix *bits = pixCreate(100, 100, 1);
+    pixSetAll(bits);
+    write("3.png", bits);
+    Pix *deep = pixCreate(100, 100, 16);
+    pixSetAllArbitrary(deep, 0x4567);
+    write("4.png", deep);
+    for (Pix *image : {full, mapped, bits, deep})
+        pixDestroy(&image);
+    scanner device;
+    device.set("resolution", 75);
+    device.set("page", "Front side");
+    const std::vector<int> expected[] = {{10, 120, 230}, {10, 120, 230}, {0, 0, 0}, {0x45, 0x45, 0x45}};
+    const auto pages = device.scan_all();
+    ASSERT_EQ(4U, pages.size());
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(expected[i], pages[i].color(310, 438)) << i;
+}
+
 TEST_F(driver_feed, lays_transparent_images_over_white)
 {
     Pix *image = pixCreate(100, 100, 32);

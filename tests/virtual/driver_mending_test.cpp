@@ -158,6 +158,63 @@ TEST_F(driver_mending, looks_for_holes_near_the_edges_alone)
     EXPECT_EQ(255, first_page(device).gray(779, 427));
 }
 
+// A tenth of the width or height is 82.7 or 116.9 points, where a profile does not say how far.
+TEST_F(driver_mending, looks_for_holes_within_a_tenth_of_each_edge_when_nothing_is_said)
+{
+    json profile = json::parse(content_of(DUPLEX_PROFILE));
+    for (json &option : profile["options"])
+        if (option.value("means", "").rfind("hole-range", 0) == 0)
+            option.erase("means");
+    profile["pages"] = json::object();
+    start_profile(profile);
+    // Each is 24 points wide; its middle is half a point further than what is said here.
+    const std::pair<double, double> filled[] = {{82, 300}, {744, 300}, {300, 116}, {300, 1052}};
+    const std::pair<double, double> left[] = {{82.5, 600}, {743.5, 600}, {500, 116.5}, {500, 1051.5}};
+    feed(255, [&](Pix *image) {
+        for (const auto &[x, y] : filled)
+            oval(image, x, y, 24, 24, 0);
+        for (const auto &[x, y] : left)
+            oval(image, x, y, 24, 24, 0);
+    });
+    scanner device;
+    scan_plainly(device);
+    device.set("is-rid-hole", true);
+    const scanned_page page = first_page(device);
+    for (const auto &[x, y] : filled)
+        EXPECT_EQ(255, page.gray(static_cast<int>(x), static_cast<int>(y))) << x << " " << y;
+    for (const auto &[x, y] : left)
+        EXPECT_EQ(0, page.gray(static_cast<int>(x), static_cast<int>(y))) << x << " " << y;
+}
+
+TEST_F(driver_mending, fills_holes_of_four_to_nine_millimetres_and_their_rims_alone)
+{
+    start_with("{}");
+    constexpr double mm = 100 / 25.4;
+    feed(255, [](Pix *image) {
+        oval(image, 780.5, 200.5, 15, 16, 0); // 15 points are 3.8 mm, 16 points 4.1 mm
+        oval(image, 780.5, 300.5, 16, 16, 0);
+        oval(image, 780, 400, 35, 35, 0);     // 8.9 mm
+        oval(image, 779.5, 500.5, 36, 36, 0); // 9.1 mm
+        oval(image, 780, 700, 6 * mm, 6 * mm, 0);
+        for (const int distance : {3, 4}) { // lines within the rim of half a millimetre, and beyond it
+            box(image, 780, 700 - static_cast<int>(distance * mm + 1), 1, 1, 0);
+            box(image, 780, 700 + static_cast<int>(distance * mm + 1), 1, 1, 0);
+        }
+    });
+    scanner device;
+    scan_plainly(device);
+    device.set("is-rid-hole", true);
+    const scanned_page page = first_page(device);
+    EXPECT_EQ(0, page.gray(780, 200));
+    EXPECT_EQ(255, page.gray(780, 300));
+    EXPECT_EQ(255, page.gray(780, 400));
+    EXPECT_EQ(0, page.gray(780, 500));
+    for (const int y : {700, 700 - 12, 700 + 12})
+        EXPECT_EQ(255, page.gray(780, y)) << y;
+    for (const int y : {700 - 16, 700 + 16})
+        EXPECT_EQ(0, page.gray(780, y)) << y;
+}
+
 TEST_F(driver_mending, fills_holes_with_the_colour_around_them)
 {
     start_with(R"({"background": "#f4ecd0", "holes": {"count": 2, "side": "right"}})");

@@ -313,6 +313,18 @@ TEST_F(driver_options, adjust_numbers_to_the_nearest_allowed_value_in_place)
     EXPECT_EQ(-100, brightness);
 }
 
+// 125 dpi are as far from 100 as from 150, and 450 as far from 300 as from 600.
+TEST_F(driver_options, adjust_a_number_between_two_to_the_smaller)
+{
+    scanner device;
+    for (const auto &[wanted, taken] : {std::pair(125, 100), std::pair(450, 300), std::pair(451, 600)}) {
+        int value = wanted;
+        long length = 4;
+        EXPECT_EQ(261, kx_scanner_set_parameter(device.handle(), "resolution", &value, &length));
+        EXPECT_EQ(taken, value);
+    }
+}
+
 TEST_F(driver_options, refuse_what_is_no_number)
 {
     scanner device;

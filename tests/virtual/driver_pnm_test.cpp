@@ -51,6 +51,13 @@ TEST_F(driver_pnm, keeps_bytes_that_look_like_white_space)
     EXPECT_EQ(two_colors({10, 10, 10}, {32, 32, 32}), ends_of("P5 2 1 255\n\n "));
 }
 
+// What follows looks like the end of a header when a number is missed.
+TEST_F(driver_pnm, takes_the_first_image_of_a_file)
+{
+    EXPECT_EQ(two_colors({7, 7, 7}, {100, 100, 100}),
+              ends_of("P5\n2 1\n255\n\x07\x64P5\n255\n" + std::string(510, '\x32')));
+}
+
 TEST_F(driver_pnm, reads_the_other_kinds_too)
 {
     EXPECT_EQ(two_colors({0, 0, 0}, {255, 255, 255}), ends_of("P1\n2 4\n1 0\n1 0\n1 0\n1 0\n"));

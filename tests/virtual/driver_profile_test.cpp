@@ -3,6 +3,7 @@
 #include "../json/foreign_locale.h"
 #include "driver_fixture.h"
 
+#include <cmath>
 #include <sys/stat.h>
 
 namespace driver_test {
@@ -121,7 +122,10 @@ TEST_F(driver_profile, without_sizes_tells_those_of_the_longest_words_in_all_lan
         {"name": "own", "type": "string", "title": 1, "desc": 2, "range": ["双面", "six bytes more"], "default": "双面"},
         {"name": "wide", "type": "string", "title": 1, "desc": 2, "range": ["单面"], "size": 80, "default": "单面"},
         {"name": "free", "type": "string", "title": 1, "desc": 2, "default": "双面"},
-        {"name": "id", "type": "string", "title": 1, "desc": 2, "range": ["1012.", "2.0"], "default": "2.0"})"));
+        {"name": "id", "type": "string", "title": 1, "desc": 2, "range": ["1012.", "2.0"], "default": "2.0"},
+        {"name": "fraction", "type": "string", "title": 1, "desc": 2, "range": ["1012.5"], "default": "1012.5"},
+        {"name": "more", "type": "string", "title": 1, "desc": 2, "range": ["1012x.0"], "default": "1012x.0"},
+        {"name": "whole", "type": "string", "title": 1, "desc": 2, "range": ["1012"], "default": "1012"})"));
     const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
     for (const char *language : {"zh", "en"}) {
         ASSERT_EQ(0, langkit_set_language(language));
@@ -133,6 +137,9 @@ TEST_F(driver_profile, without_sizes_tells_those_of_the_longest_words_in_all_lan
             EXPECT_EQ(80, device.option("wide")["size"]);
             EXPECT_EQ(10, device.option("free")["size"]); // the user's own text, which is no word
             EXPECT_EQ(16, device.option("id")["size"]); // the word 1012 is "纸张尺寸", and "Paper size" in English
+            EXPECT_EQ(10, device.option("fraction")["size"]); // no number of a word
+            EXPECT_EQ(11, device.option("more")["size"]);
+            EXPECT_EQ(8, device.option("whole")["size"]);
         }
         EXPECT_EQ(0, kx_scanner_uninitialize());
     }
@@ -192,6 +199,77 @@ TEST_F(driver_profile, may_have_steps_of_any_size)
         EXPECT_EQ(1.0, device.option("fine").at("cur"));
     }
     EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+TEST_F(driver_profile, keeps_the_fields_of_a_device_within_255_bytes)
+{
+    const char *const fields[] = {"name", "vendor", "model", "type"};
+    const auto with = [&](const std::string &field, std::size_t bytes) {
+        json profile = json::parse(with_options(""));
+        profile["device"][field] = std::string(bytes, 'x');
+        return profile.dump();
+    };
+    for (const char *field : fields) {
+        for (const std::size_t bytes : {1U, 255U})
+            EXPECT_TRUE(is_used(with(field, bytes))) << field << ' ' << bytes;
+        for (const std::size_t bytes : {0U, 256U})
+            EXPECT_EQ("/device/" + std::string(field) + ": 1 to 255 bytes are expected",
+                      complaint_about(with(field, bytes)))
+                << field << ' ' << bytes;
+    }
+}
+
+TEST_F(driver_profile, has_sheets_of_10_to_1000_mm)
+{
+    for (const char *side : {"width", "height"}) {
+        const auto with = [&](double millimetres) {
+            json profile = json::parse(with_options(""));
+            profile["papers"]["A4"][side] = millimetres;
+            return profile.dump();
+        };
+        for (const double millimetres : {10.0, 1000.0})
+            EXPECT_TRUE(is_used(with(millimetres))) << side << ' ' << millimetres;
+        for (const double millimetres : {9.99, 1000.01})
+            EXPECT_EQ("/papers/A4: a sheet measures 10 to 1000 mm each way", complaint_about(with(millimetres)))
+                << side << ' ' << millimetres;
+    }
+}
+
+TEST_F(driver_profile, keeps_the_bounds_of_how_a_device_behaves)
+{
+    const struct {
+        const char *key;
+        const char *before;
+        const char *least;
+        const char *most;
+        const char *less; // than the least
+        const char *more; // than the most
+        const char *after;
+        const char *complaint;
+    } cases[] = {
+        {"pages_per_minute", "", "0.01", "100000", "0.0099", "100000.1", "",
+         "/pages_per_minute: a speed is 0.01 to 100000 pages per minute"},
+        {"feeder", R"({"sheets": )", "0", "1000", "-1", "1001", "}", "/feeder/sheets: the number is out of bounds"},
+    };
+    for (const auto &each : cases) {
+        const auto with = [&](const std::string &number) {
+            return with_key(each.key, each.before + number + each.after);
+        };
+        for (const char *number : {each.least, each.most})
+            EXPECT_TRUE(is_used(with(number))) << each.key << ' ' << number;
+        for (const char *number : {each.less, each.more})
+            EXPECT_EQ(each.complaint, complaint_about(with(number))) << each.key << ' ' << number;
+    }
+}
+
+TEST_F(driver_profile, has_colours_of_six_digits)
+{
+    for (const char *color : {"#000000", "#ffffff", "#FFcc09"})
+        EXPECT_TRUE(is_used(with_key("feeder", R"({"source": {"color": ")" + std::string(color) + "\"}}"))) << color;
+    for (const char *color : {"", "#", "#fffff", "#fffffff", "ffffff", "0000000", "#ffffg0", "#-fffff", "# fffff"})
+        EXPECT_EQ("/feeder/source/color: a colour is written as \"#ffcc00\"",
+                  complaint_about(with_key("feeder", R"({"source": {"color": ")" + std::string(color) + "\"}}")))
+            << color;
 }
 
 TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
@@ -351,6 +429,41 @@ TEST_F(driver_profile, of_worn_sheets_keeps_the_bounds_of_each_number)
             EXPECT_TRUE(is_used(with(number))) << each.place << ' ' << number;
         for (const char *number : {each.less, each.more})
             EXPECT_EQ(out_of_bounds, complaint_about(with(number))) << each.place << ' ' << number;
+    }
+}
+
+TEST_F(driver_profile, keeps_numbers_that_mean_something_within_what_the_scanner_can_do)
+{
+    const struct {
+        const char *meaning;
+        const char *type;
+        double least;
+        double most;
+    } cases[] = {
+        {"resolution", "int", 25, 1200},    {"left", "float", 0, 1000},          {"top", "float", 0, 1000},
+        {"right", "float", 0, 1000},        {"bottom", "float", 0, 1000},        {"page-limit", "int", 0, 1000000},
+        {"brightness", "int", -100, 100},   {"contrast", "int", -100, 100},      {"gamma", "float", 0.01, 100},
+        {"threshold", "int", 0, 256},       {"speckle-size", "int", 1, 1000},    {"speckle-strength", "int", 1, 20},
+        {"background-range", "int", 0, 50}, {"frame-margin", "int", 0, 1000},    {"hole-range", "int", 0, 100},
+        {"hole-range-left", "int", 0, 100}, {"hole-range-right", "int", 0, 100}, {"corner-size", "int", 0, 1000},
+        {"skew-limit", "int", 0, 90},       {"blank-limit", "int", 0, 10000},
+    };
+    for (const auto &each : cases) {
+        const bool is_whole = std::strcmp(each.type, "int") == 0;
+        const auto with = [&](double least, double most) {
+            const auto text = [&](double number) {
+                return is_whole ? std::to_string(std::lround(number)) : std::to_string(number);
+            };
+            return with_options(R"({"name": "a", "type": ")" + std::string(each.type) + R"(", "title": 1, "desc": 2,
+                "range": {"min": )" +
+                                text(least) + R"(, "max": )" + text(most) + R"(, "step": 0}, "default": )" +
+                                text(most) + R"(, "means": ")" + each.meaning + "\"}");
+        };
+        const double step = is_whole ? 1 : 0.001;
+        EXPECT_TRUE(is_used(with(each.least, each.most))) << each.meaning;
+        for (const std::string &beyond : {with(each.least - step, each.most), with(each.least, each.most + step)})
+            EXPECT_EQ("/options/0/means: the range goes beyond what the scanner can do", complaint_about(beyond))
+                << each.meaning << ' ' << beyond;
     }
 }
 

@@ -178,6 +178,58 @@ TEST_F(driver_wear, shines_the_next_file_through)
     EXPECT_EQ(255, plain_pages().at(0).gray(400, 600));
 }
 
+TEST_F(driver_wear, leaves_the_back_of_a_file_blank)
+{
+    const environment_variable feed("PELVIRTUAL_FEED", folder_.file("").c_str());
+    for (const char *name : {"1.png", "2.png"}) {
+        const pix_ptr image(pixCreate(210, 297, 8));
+        pixSetAllArbitrary(image.get(), 90);
+        ASSERT_EQ(0, pixWrite(folder_.file(name).c_str(), image.get(), IFF_PNG));
+    }
+    start_with(R"({"blank_backs": 1})");
+    const auto pages = both_sides();
+    ASSERT_EQ(2U, pages.size());
+    EXPECT_EQ(90, pages[0].gray(400, 600));
+    EXPECT_EQ(0, points_darker_than(pages[1], 255));
+}
+
+TEST_F(driver_wear, looks_at_the_other_side_for_what_shines_through_alone)
+{
+    const environment_variable feed("PELVIRTUAL_FEED", folder_.file("").c_str());
+    const pix_ptr image(pixCreate(210, 297, 8));
+    pixSetAllArbitrary(image.get(), 90);
+    ASSERT_EQ(0, pixWrite(folder_.file("1.png").c_str(), image.get(), IFF_PNG));
+    write_file(folder_.file("2.png"), "no image");
+    for (const auto &[pages, answer] : {std::pair("{}", 0), std::pair(R"({"shine_through": 0.1})", 269)}) {
+        start_with(pages);
+        scanner device;
+        scan_plainly(device);
+        device.set("page", "Both sides");
+        EXPECT_EQ(answer, device.start()) << pages;
+    }
+}
+
+// 8 mm from the edges, 12 mm long and 0.6 mm high; the page has 827 x 1169 points.
+TEST_F(driver_wear, staples_the_corner_that_is_the_left_one_of_the_front)
+{
+    const environment_variable feed("PELVIRTUAL_FEED", folder_.file("").c_str());
+    const pix_ptr white(pixCreate(827, 1169, 8));
+    pixSetAllArbitrary(white.get(), 255);
+    for (const char *name : {"1.png", "2.png", "3.png"})
+        ASSERT_EQ(0, pixWrite(folder_.file(name).c_str(), white.get(), IFF_PNG));
+    start_with(R"({"staples": 1})");
+    const auto pages = both_sides();
+    const auto expect_staple = [](const scanned_page &page, int left) {
+        EXPECT_EQ(47 * 3, points_darker_than(page, 255));
+        for (const int x : {left, left + 46})
+            for (const int y : {31, 33})
+                EXPECT_EQ(96, page.gray(x, y)) << x << " " << y;
+    };
+    expect_staple(pages.at(0), 32);
+    expect_staple(pages.at(1), 748);
+    expect_staple(pages.at(2), 32);
+}
+
 TEST_F(driver_wear, folds_a_corner_of_every_second_sheet)
 {
     start_with(R"({"behind": 9, "dog_ear": {"size_mm": 20, "every": 2}})");

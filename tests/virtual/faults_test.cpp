@@ -294,6 +294,15 @@ TEST(faults, slow_start_ends_with_a_stop)
     expect_whole_job(device);
 }
 
+TEST(faults, stop_of_a_slow_start_leaves_the_faults_after_it)
+{
+    const faulty_driver driver("slow start 3600 s once; empty once");
+    small_scanner device;
+    while_stopping(device, [&] { EXPECT_EQ(2, device.start()); });
+    EXPECT_EQ(0xDE07, device.start());
+    expect_whole_job(device);
+}
+
 TEST(faults, vanished_device_answers_every_call_with_failure_and_can_be_closed)
 {
     const faulty_driver driver("vanish after 50 lines");
