@@ -143,29 +143,34 @@ class Run:
             self.lock.notify_all()
 
 
-def parts_of(program, times, seconds):
+def without(tests):
+    return "-" + ":".join(tests) if tests else ""
+
+
+def parts_of(program, left_out, times, seconds):
     """The quick tests of a program before its slow ones, and how long they take together."""
     slow = [name for name, used in times.items() if used > SLOW]
     if not slow or len(slow) == len(times):
-        return {trees.Part(program, ""): seconds}
+        return {trees.Part(program, without(left_out)): seconds}
     slow_seconds = sum(times[name] for name in slow)
-    return {trees.Part(program, "-" + ":".join(slow)): seconds - slow_seconds,
+    return {trees.Part(program, without([*left_out, *slow])): seconds - slow_seconds,
             trees.Part(program, ":".join(slow)): slow_seconds}
 
 
 def measured_parts(tree):
     """The tests, the quickest first, with how long they may take. They have to pass as things are."""
     seconds = {}
-    for program in tree.area.programs:
+    for program, description in tree.area.programs.items():
         times = os.path.join(FOLDER, "times.json")
         if os.path.exists(times):
             os.remove(times)
-        outcome = tree.test(trees.Part(program, ""), 600, "json:" + times)
+        outcome = tree.test(trees.Part(program, without(description.left_out)), 600, "json:" + times)
         if outcome.result != trees.SURVIVED:
             raise trees.Failure(f"without any mutation, a test fails: {outcome.told or program}")
         suites = json.loads(trees.read(times))["testsuites"] if os.path.exists(times) else []
-        seconds.update(parts_of(program, {f"{test['classname']}.{test['name']}": float(test["time"].rstrip("s"))
-                                          for suite in suites for test in suite["testsuite"]}, outcome.seconds))
+        of_tests = {f"{test['classname']}.{test['name']}": float(test["time"].rstrip("s"))
+                    for suite in suites for test in suite["testsuite"]}
+        seconds.update(parts_of(program, description.left_out, of_tests, outcome.seconds))
     for part in (ordered := sorted(seconds, key=seconds.get)):
         print(f"{seconds[part]:6.1f} s  {part.target} {mutations.shortened(part.filter)}")
     return {part: 10 + 10 * seconds[part] for part in ordered}
