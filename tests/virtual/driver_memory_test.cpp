@@ -22,12 +22,16 @@
 namespace {
 
 int looks_before_shortage = -1; // for room; negative: there always is
+std::atomic<std::size_t> looks{0};
+std::atomic<std::size_t> largest_look{0};
 
 } // namespace
 
 // Where the driver looks whether Leptonica has room to work, one allocation comes first that may fail.
 extern "C" void *mmap(void *address, std::size_t size, int protection, int flags, int file, off_t offset) noexcept
 {
+    ++looks;
+    largest_look = std::max(largest_look.load(), size);
     const std::unique_ptr<char[]> probe(new (std::nothrow) char[1]);
     if (probe == nullptr || (looks_before_shortage >= 0 && looks_before_shortage-- == 0)) {
         errno = ENOMEM;
@@ -301,6 +305,93 @@ TEST(driver_initialisation, answers_258_when_there_is_no_room_for_its_profile)
     EXPECT_EQ(0, kx_scanner_enum(&record, &count, 1));
     EXPECT_STREQ("virtual:duplex-feeder", record.name);
     EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+TEST(driver_settings, stay_as_they_were_when_memory_is_short)
+{
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    {
+        scanner device;
+        const auto before = device.options();
+        std::size_t shortages = 0;
+        for (bool has_failed = true; has_failed;) {
+            faulty_memory::reset();
+            faulty_memory::fail(shortages, shortage::single);
+            int answer = 0;
+            {
+                const faulty_memory::inside watched;
+                answer =
+                    device.set("is-erase-black-frame", false); // which three options depend on, one through another
+            }
+            has_failed = faulty_memory::has_failed();
+            faulty_memory::reset();
+            if (has_failed) {
+                ++shortages;
+                EXPECT_EQ(258, answer) << shortages;
+                EXPECT_EQ(before, device.options()) << shortages;
+            }
+        }
+        EXPECT_GT(shortages, 2U);
+        EXPECT_NE(before, device.options());
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
+// An image of 64 bytes counts as 320, and 52 of them as more than 16 KiB.
+TEST(driver_room, is_looked_for_once_for_many_small_images)
+{
+    std::thread another([] { // where no image was made before
+        looks = 0;
+        for (int i = 0; i < 1000; ++i) {
+            Pix *image = pixCreate(4, 4, 32);
+            pixDestroy(&image);
+        }
+    });
+    another.join();
+    EXPECT_EQ(19U, looks.load()); // 1000 / 52
+}
+
+// Of 600 x 600 points, with 16 MiB to spare.
+TEST(driver_room, is_looked_for_before_work_that_cannot_end_without_it)
+{
+    constexpr std::size_t spare = 16777216;
+    constexpr std::size_t gray = 360000;
+    constexpr std::size_t color = 1440000;
+    const auto looked_for = [](const char *options, const char *pages) {
+        const temporary_folder folder;
+        const std::string path = write_file(folder.file("profile.json"), R"({
+            "device": {"name": "test:room", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
+            "papers": {"Inch": {"width": 25.4, "height": 25.4}}, "information": {}, "pages": )" +
+                                                                             std::string(pages) + R"(, "options": [
+            {"name": "paper", "type": "string", "title": 1, "desc": 2, "range": ["Inch"], "default": "Inch",
+             "means": "paper"},
+            {"name": "resolution", "type": "int", "title": 1, "desc": 2, "range": [600], "default": 600,
+             "means": "resolution"},
+            {"name": "mode", "type": "string", "title": 1, "desc": 2, )" + options +
+                                                                             "]}");
+        const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+        EXPECT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+        {
+            scanner device;
+            largest_look = 0;
+            EXPECT_EQ(0, device.start());
+        }
+        EXPECT_EQ(0, kx_scanner_uninitialize());
+        return largest_look.load();
+    };
+    EXPECT_EQ(spare, looked_for(R"("range": ["gray"], "default": "gray", "means": "mode"})", "{}"));
+    // Two images in colour, to turn one.
+    EXPECT_EQ(spare + 2 * color,
+              looked_for(R"("range": ["gray"], "default": "gray", "means": "mode"})", R"({"skew_degrees": 4})"));
+    // Three to take a screen away.
+    EXPECT_EQ(spare + 3 * color, looked_for(R"("range": ["gray"], "default": "gray", "means": "mode"},
+            {"name": "screen", "type": "bool", "title": 1, "desc": 2, "default": true, "means": "remove-halftone"})",
+                                            "{}"));
+    // One in grey and 64 bytes for each point of a tile, for a threshold by the neighbourhood.
+    EXPECT_EQ(spare + gray + 64 * gray, looked_for(R"("range": ["lineart"], "default": "lineart", "means": "mode"},
+            {"name": "method", "type": "string", "title": 1, "desc": 2, "range": ["adaptive"], "default": "adaptive",
+             "means": "binarization"})",
+                                                   "{}"));
 }
 
 std::atomic<int> told_events{0};
