@@ -303,6 +303,85 @@ TEST_F(driver_points, stay_as_they_are_without_an_option_that_acts)
             ASSERT_EQ(sheet(x, y)[0] < 128, lineart.black(x, y)) << x << " " << y;
 }
 
+TEST_F(driver_points, of_any_sheet_become_a_page_unless_it_is_to_be_checked)
+{
+    const char *pages = R"({"seed": 3, "skew_degrees": 0.5, "staples": 1, "dog_ear": {"size_mm": 1}})";
+    const auto answer = [&](const std::vector<json> &options) {
+        start(100, options, 25.4, pages);
+        scanner device;
+        return device.start();
+    };
+    EXPECT_EQ(0, answer({}));
+    EXPECT_EQ(0xDE0A, answer({flag("check-staples")}));
+    // Without a limit of its own, any size and any angle is one too many.
+    EXPECT_EQ(0xDE0A, answer({flag("check-corners")}));
+    EXPECT_EQ(0xDE0A, answer({flag("check-skew")}));
+    EXPECT_EQ(0, answer({flag("check-corners"), number("corner-size", 2)}));
+    EXPECT_EQ(0, answer({flag("check-skew"), number("skew-limit", 1)}));
+}
+
+// Twenty in ten thousand, where a profile does not say how many.
+TEST_F(driver_points, that_are_few_make_no_page_when_blank_ones_are_discarded)
+{
+    const auto answer = [&](int marks, int gray) {
+        start(100, {word("mode", "gray"), flag("discard-blank")});
+        const pix_ptr image(pixCreate(100, 100, 8));
+        pixSetAllArbitrary(image.get(), 255);
+        for (int i = 0; i < marks; ++i)
+            pixSetPixel(image.get(), 3 * i, 50, static_cast<l_uint32>(gray));
+        EXPECT_EQ(0, pixWrite(folder_.file("sheet.png").c_str(), image.get(), IFF_PNG));
+        const environment_variable feed("PELVIRTUAL_FEED", folder_.file("").c_str());
+        scanner device;
+        return device.start();
+    };
+    EXPECT_EQ(0xDE07, answer(20, 199));
+    EXPECT_EQ(0, answer(21, 199));
+    EXPECT_EQ(0xDE07, answer(21, 200));
+}
+
+TEST_F(driver_points, have_their_tones_by_brightness_contrast_and_light_limit)
+{
+    const struct {
+        std::vector<json> options;
+        std::vector<std::pair<int, int>> tones;
+    } cases[] = {
+        {{}, {{0, 0}, {1, 1}, {127, 127}, {128, 128}, {254, 254}, {255, 255}}},
+        {{number("brightness", 40)}, {{0, 51}, {100, 151}, {203, 254}, {204, 255}, {255, 255}}},
+        {{number("brightness", -40)}, {{0, 0}, {51, 0}, {52, 1}, {255, 204}}},
+        {{number("contrast", 60)}, {{76, 0}, {77, 1}, {100, 59}, {130, 134}, {178, 254}, {179, 255}}},
+        {{number("contrast", -40)}, {{0, 51}, {100, 111}, {255, 204}}},
+        {{number("contrast", 100)}, {{126, 0}, {129, 255}}},
+        {{number("contrast", 98)}, {{126, 53}, {129, 203}}},
+        {{flag("show-through")}, {{160, 160}, {161, 163}, {170, 190}, {191, 252}, {192, 255}, {255, 255}}},
+        {{flag("show-through"), word("show-through-level", "weak")}, {{192, 192}, {202, 212}, {223, 253}, {224, 255}}},
+        {{flag("show-through"), word("show-through-level", "strong")},
+         {{128, 128}, {138, 168}, {159, 251}, {160, 255}}},
+        {{flag("invert")}, {{0, 255}, {1, 254}, {100, 155}, {255, 0}}},
+    };
+    for (const auto &each : cases) {
+        std::vector<json> options = each.options;
+        options.push_back(word("mode", "gray"));
+        SCOPED_TRACE(json(options).dump());
+        start(256, options);
+        const scanned_page page = page_of(256, [](int x, int) { return x; });
+        for (const auto &[before, after] : each.tones)
+            EXPECT_EQ(after, page.gray(before, 100)) << before;
+    }
+}
+
+TEST_F(driver_points, are_grey_by_one_colour_or_by_all)
+{
+    for (const auto &[channel, gray] : {std::pair("red", 200), std::pair("green", 100), std::pair("blue", 50),
+                                        std::pair("luminance", 124)}) { // 0.299, 0.587 and 0.114 of them
+        start(100, {word("mode", "gray"), word("channel", channel)});
+        EXPECT_EQ(gray, page_of_colors(100, [](int, int) { return std::array{200, 100, 50}; }).gray(50, 50)) << channel;
+    }
+    start(100, {word("mode", "color"), flag("invert")});
+    EXPECT_EQ((std::vector<int>{55, 155, 205}), page_of_colors(100, [](int, int) {
+                                                    return std::array{200, 100, 50};
+                                                }).color(50, 50));
+}
+
 TEST_F(driver_points, have_specks_of_three_taken_out_when_nothing_else_is_said)
 {
     start(100, {word("mode", "lineart"), flag("despeckle")});
