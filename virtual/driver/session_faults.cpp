@@ -92,8 +92,6 @@ std::optional<int> session::meet_start_faults(int sheets)
 // The code that the read is to answer, none when it goes on. `amount` becomes less where a fault is near.
 std::optional<int> session::meet_page_faults(std::size_t &amount)
 {
-    progress_.pages = pages_ - 1;
-    progress_.sheets = page_->side.sheet - 1;
     const page_progress page{static_cast<std::size_t>(page_->format.bytes_per_line), delivered_};
     while (true) {
         const int recoveries = faults_->recoveries();
