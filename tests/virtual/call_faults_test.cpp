@@ -65,6 +65,21 @@ TEST(call_faults, answer_at_the_page_that_they_name)
     EXPECT_EQ(3U, device.scan_all().size());
 }
 
+TEST(call_faults, leave_calls_without_a_page_alone_that_name_one)
+{
+    const faulty_driver driver("get_img_info at page 1 answers busy; read_img_data at page 1 answers io");
+    small_scanner device;
+    EXPECT_EQ(620, device.parameters().pixels_per_line);
+    unsigned char byte = 0;
+    long length = 1;
+    EXPECT_EQ(268, kx_scanner_read_img_data(device.handle(), &byte, &length));
+    ASSERT_EQ(0, device.start());
+    SANE_Parameters parameters{};
+    EXPECT_EQ(0xDE02, kx_scanner_get_img_info(device.handle(), &parameters, 24));
+    length = 1;
+    EXPECT_EQ(269, kx_scanner_read_img_data(device.handle(), &byte, &length));
+}
+
 TEST(call_faults, answer_for_the_option_that_they_name)
 {
     const faulty_driver driver("set_parameter(resolution) answers denied always; get_parameter(mode) answers invalid;"

@@ -228,6 +228,19 @@ TEST_F(driver_options, tell_the_length_that_a_buffer_needs)
     EXPECT_EQ(exact, length);
 }
 
+TEST_F(driver_options, are_delivered_with_a_terminator_where_there_is_room_for_it)
+{
+    scanner device;
+    const std::string text = device.text("mode");
+    for (const std::size_t spare : {0U, 1U, 2U}) {
+        std::string buffer(text.size() + 3, '#');
+        long length = static_cast<long>(text.size() + spare);
+        EXPECT_EQ(0, kx_scanner_get_parameter(device.handle(), "mode", buffer.data(), &length, nullptr));
+        EXPECT_EQ(static_cast<long>(text.size()), length);
+        EXPECT_EQ(text + (spare > 0 ? std::string("\0##", 3) : "###"), buffer) << spare;
+    }
+}
+
 TEST_F(driver_options, keep_their_number_while_settings_change)
 {
     scanner device;
@@ -429,6 +442,13 @@ TEST_F(driver_options, refuse_missing_and_short_values)
     long length = 3;
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "resolution", &value, &length));
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "resolution", nullptr, &length));
+    double right = 100;
+    length = 7;
+    EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "br-x", &right, &length));
+    bool wanted = true;
+    length = 0;
+    EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "discardblank", &wanted, &length));
+    EXPECT_EQ(false, device.option("discardblank")["cur"]);
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), key(0), &value, &length));
     EXPECT_EQ(256, kx_scanner_set_parameter(device.handle(), "no-such-option", &value, &length));
 }

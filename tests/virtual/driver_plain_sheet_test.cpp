@@ -105,6 +105,26 @@ TEST_F(driver_plain_sheet, takes_wear_and_mending_like_any_other)
     EXPECT_EQ((std::vector<int>{255, 255, 255}), device.scan().color(400, 600));
 }
 
+// A metre at 1200 dpi has more points than an image may have, and six gigabytes.
+TEST_F(driver_plain_sheet, may_have_any_size)
+{
+    start_profile(json::parse(R"({
+        "device": {"name": "test:large", "vendor": "V", "model": "M", "type": "sheetfed scanner"},
+        "feeder": {"source": {"color": "#102030"}},
+        "papers": {"Huge": {"width": 1000, "height": 1000}}, "information": {}, "options": [
+        {"name": "paper", "type": "string", "title": 1, "desc": 2, "range": ["Huge"], "default": "Huge", "means": "paper"},
+        {"name": "resolution", "type": "int", "title": 1, "desc": 2, "range": [1200], "default": 1200,
+         "means": "resolution"}]})"));
+    scanner device;
+    ASSERT_EQ(0, device.start());
+    EXPECT_EQ(47244, device.parameters().lines);
+    unsigned char point[3] = {};
+    long length = 3;
+    EXPECT_EQ(0, kx_scanner_read_img_data(device.handle(), point, &length));
+    EXPECT_EQ(0x10, point[0]);
+    EXPECT_EQ(0x30, point[2]);
+}
+
 TEST_F(driver_plain_sheet, has_its_two_sides)
 {
     start_with_color("#808080");

@@ -56,6 +56,10 @@ TEST_F(driver_pnm, takes_the_first_image_of_a_file)
 {
     EXPECT_EQ(two_colors({7, 7, 7}, {100, 100, 100}),
               ends_of("P5\n2 1\n255\n\x07\x64P5\n255\n" + std::string(510, '\x32')));
+    std::string colors = "P6\n2 4\n255\n";
+    for (int row = 0; row < 4; ++row)
+        colors += "\x01\x02\x03\xc8\xc9\xca";
+    EXPECT_EQ(two_colors({1, 2, 3}, {200, 201, 202}), ends_of(colors + std::string(100, '\x32')));
 }
 
 TEST_F(driver_pnm, reads_the_other_kinds_too)

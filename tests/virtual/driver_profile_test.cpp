@@ -272,6 +272,36 @@ TEST_F(driver_profile, has_colours_of_six_digits)
             << color;
 }
 
+TEST_F(driver_profile, has_steps_from_the_least_to_no_more_than_the_most)
+{
+    const std::string path = write_file(folder_.file("profile.json"), with_options(R"(
+        {"name": "uneven", "type": "int", "title": 1, "desc": 2, "default": 0,
+         "range": {"min": 0, "max": 11, "step": 4}},
+        {"name": "even", "type": "int", "title": 1, "desc": 2, "default": 1,
+         "range": {"min": 1, "max": 9, "step": 4}})"));
+    const environment_variable profile("PELVIRTUAL_PROFILES", path.c_str());
+    ASSERT_EQ(0, kx_scanner_initialize(nullptr, nullptr));
+    {
+        scanner device;
+        const struct {
+            const char *name;
+            int wanted;
+            int taken;
+        } cases[] = {
+            {"uneven", -1, 0}, {"uneven", 2, 0},  {"uneven", 3, 4}, {"uneven", 9, 8},
+            {"uneven", 11, 8}, {"uneven", 99, 8}, {"even", 0, 1},   {"even", 3, 1},
+            {"even", 4, 5},    {"even", 8, 9},    {"even", 10, 9},
+        };
+        for (const auto &each : cases) {
+            EXPECT_EQ(261, device.set(each.name, each.wanted)) << each.name << ' ' << each.wanted;
+            EXPECT_EQ(each.taken, device.option(each.name).at("cur")) << each.name << ' ' << each.wanted;
+        }
+        EXPECT_EQ(0, device.set("uneven", 8));
+        EXPECT_EQ(0, device.set("even", 9));
+    }
+    EXPECT_EQ(0, kx_scanner_uninitialize());
+}
+
 TEST_F(driver_profile, that_cannot_be_read_is_named_with_the_reason)
 {
     const std::string missing = folder_.file("missing.json");
@@ -370,6 +400,56 @@ TEST_F(driver_profile, with_a_mistake_is_named_with_its_place)
         {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
                                  "sets": {"true": {"a": 5}}})"),
          "/options/1/sets/true/a: true or false is expected"},
+        {with_options(flag + R"(,{"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                                 "sets": {"true": {"c": true}}})"),
+         "/options/1/sets/true/c: no other option has this name"},
+        {with_options(R"({"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                          "sets": {"true": {"b": true}}})"),
+         "/options/0/sets/true/b: no other option has this name"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "range": [1, 2], "default": 1},
+                         {"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true,
+                          "sets": {"true": {"a": 3}}})"),
+         "/options/1/sets/true/a: not an allowed value of that option"},
+        {with_options(R"({"name": "a", "type": "bool", "title": 1, "desc": 2, "default": true,
+                          "range": {"min": 0, "max": 1, "step": 1}})"),
+         "/options/0/range: only numbers have bounds"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1,
+                          "range": {"min": 0, "max": 1, "step": 0.5}})"),
+         "/options/0/range: the bounds of an \"int\" are 32-bit integers"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1,
+                          "range": {"min": -2147483648, "max": 1, "step": 1}})"),
+         "/options/0/range: the bounds of an \"int\" are 32-bit integers"},
+        {with_options(R"({"name": "a", "type": "float", "title": 1, "desc": 2, "default": 1,
+                          "range": {"min": 0, "max": 1, "step": -1}})"),
+         "/options/0/range: the bounds are out of order"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1, "range": []})"),
+         "/options/0/range: an empty list allows nothing"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1, "range": 5})"),
+         "/options/0/range: a list is expected"},
+        {with_options(R"({"name": "a", "type": "int", "title": 1, "desc": 2, "default": 1, "size": 4})"),
+         "/options/0/size: only texts have a size of their own"},
+        {with_options(R"({"name": "a", "type": "button", "title": 1, "desc": 2, "default": 1})"),
+         "/options/0/default: an option of this type has no value"},
+        {with_options(R"({"name": "a", "type": "button", "title": 1, "desc": 2, "range": [1]})"),
+         "/options/0/range/0: an option of this type has no value"},
+        {with_options(R"({"name": "a", "type": "group", "title": 1, "desc": 2, "answers": 0})"),
+         "/options/0/answers: a group is not set"},
+        {with_options(R"({"name": "a", "type": "button", "title": 1, "desc": 2, "answers": 1})"),
+         "/options/0/answers: 0, 262, 277 or 278 is expected"},
+        {with_options(R"({"name": "a", "type": "button", "title": 1, "desc": 2, "fix-id": 34816})"),
+         "/options/0/fix-id: the number is out of bounds"},
+        {with_options(R"({"name": "a", "type": "button", "title": 1, "desc": 2, "fix-id": 65536})"),
+         "/options/0/fix-id: the number is out of bounds"},
+        {with_options(R"({"name": "a", "type": "button", "title": -1, "desc": 2})"),
+         "/options/0/title: the number is out of bounds"},
+        {with_options(flag + R"(,{"name": "b", "type": "button", "title": 1, "desc": 2,
+                                 "depend_or": "a==true", "depend_and": "a==true"})"),
+         "/options/1: \"depend_or\" and \"depend_and\" exclude each other"},
+        {with_options(R"({"name": "a", "type": "bool", "title": 1, "desc": 2, "default": true, "means": "invert"},
+                         {"name": "b", "type": "bool", "title": 1, "desc": 2, "default": true, "means": "invert"})"),
+         "/options/1: another option means the same"},
+        {with_options(R"({"name": "a", "type": "bool", "title": 1, "desc": 2, "default": true, "means": "magic"})"),
+         "/options/0/means: no such meaning"},
     };
     for (const auto &each : cases)
         EXPECT_EQ(each.complaint, complaint_about(each.text)) << each.text;

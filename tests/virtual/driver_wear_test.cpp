@@ -3,6 +3,7 @@
 // corners, dust and noise when the scanner mends nothing.
 #include "worn_scanner.h"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 
@@ -207,6 +208,80 @@ TEST_F(driver_wear, looks_at_the_other_side_for_what_shines_through_alone)
         device.set("page", "Both sides");
         EXPECT_EQ(answer, device.start()) << pages;
     }
+}
+
+TEST_F(driver_wear, lets_black_print_shine_through_as_strong_as_paper_lets_it)
+{
+    const environment_variable feed("PELVIRTUAL_FEED", folder_.file("").c_str());
+    for (const auto &[name, gray] : {std::pair("1.png", 204U), std::pair("2.png", 0U)}) {
+        const pix_ptr image(pixCreate(210, 297, 8));
+        pixSetAllArbitrary(image.get(), gray);
+        ASSERT_EQ(0, pixWrite(folder_.file(name).c_str(), image.get(), IFF_PNG));
+    }
+    start_with(R"({"shine_through": 1})");
+    EXPECT_EQ(0, both_sides().at(0).gray(400, 600));
+    start_with(R"({"shine_through": 0.25})");
+    EXPECT_EQ(153, both_sides().at(0).gray(400, 600)); // a quarter less than 204
+}
+
+TEST_F(driver_wear, is_each_sides_own_in_noise_and_dust)
+{
+    json profile = json::parse(content_of(DUPLEX_PROFILE));
+    profile["feeder"] = {{"source", {{"color", "#808080"}}}};
+    for (const char *pages : {R"({"noise": 10})", R"({"dust": 100})"}) {
+        profile["pages"] = json::parse(pages);
+        start_profile(profile);
+        const auto sides = both_sides();
+        EXPECT_NE(sides.at(0).data, sides.at(1).data) << pages;
+        EXPECT_NE(sides.at(0).data, sides.at(2).data) << pages;
+    }
+}
+
+// Eight in 297 mm are 37.1 mm apart; the page has 827 x 1169 points, and a hole reaches 11.8 points around its middle.
+TEST_F(driver_wear, punches_many_holes_as_close_as_they_fit)
+{
+    start_with(R"({"behind": 5, "holes": {"count": 8, "side": "left"}})");
+    const scanned_page page = plain_pages().at(0);
+    for (const int y : {73, 219, 365, 512, 658, 804, 950, 1096}) {
+        for (const int offset : {-11, 0, 11}) {
+            EXPECT_EQ(5, page.gray(47 + offset, y)) << y;
+            EXPECT_EQ(5, page.gray(47, y + offset)) << y;
+        }
+        EXPECT_NE(5, page.gray(47 + 13, y)) << y;
+        EXPECT_NE(5, page.gray(47 - 13, y)) << y;
+    }
+}
+
+TEST_F(driver_wear, folds_corners_into_triangles)
+{
+    json profile = json::parse(content_of(DUPLEX_PROFILE));
+    profile["feeder"] = {{"source", {{"color", "#ffffff"}}}, {"sheets", 40}};
+    profile["pages"] = json::parse(R"({"behind": 9, "dog_ear": {"size_mm": 20, "every": 1}})");
+    start_profile(profile);
+    std::array<int, 4> folded{};
+    for (const scanned_page &page : plain_pages()) {
+        const int right = page.parameters.pixels_per_line - 1;
+        const int bottom = page.parameters.lines - 1;
+        for (std::size_t place = 0; place < 4; ++place) {
+            const bool is_right = place % 2 == 1;
+            const bool is_bottom = place >= 2;
+            const auto gray = [&](int x, int y) {
+                return page.gray(is_right ? right - x : x, is_bottom ? bottom - y : y);
+            };
+            if (gray(0, 0) != 9)
+                continue;
+            ++folded[place];
+            // 20 mm are 79 points, one fewer in each row.
+            for (int row = 0; row < 78; ++row) {
+                EXPECT_EQ(9, gray(77 - row, row)) << row;
+                EXPECT_EQ(255, gray(80 - row, row)) << row;
+            }
+            EXPECT_EQ(255, gray(0, 80));
+        }
+    }
+    EXPECT_EQ(40, folded[0] + folded[1] + folded[2] + folded[3]);
+    for (const int times : folded)
+        EXPECT_GT(times, 0);
 }
 
 // 8 mm from the edges, 12 mm long and 0.6 mm high; the page has 827 x 1169 points.
