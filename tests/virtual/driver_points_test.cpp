@@ -318,6 +318,8 @@ TEST_F(driver_points, of_any_sheet_become_a_page_unless_it_is_to_be_checked)
     EXPECT_EQ(0xDE0A, answer({flag("check-skew")}));
     EXPECT_EQ(0, answer({flag("check-corners"), number("corner-size", 2)}));
     EXPECT_EQ(0, answer({flag("check-skew"), number("skew-limit", 1)}));
+    // On the glass a sheet passes no sensor.
+    EXPECT_EQ(0, answer({flag("check-staples"), word("source", "flatbed")}));
     pages = "{}";
     EXPECT_EQ(0, answer({flag("check-staples"), flag("check-corners"), flag("check-skew")}));
 }
