@@ -195,6 +195,8 @@ TEST_F(driver_mending, fills_holes_of_four_to_nine_millimetres_and_their_rims_al
         oval(image, 780.5, 300.5, 16, 16, 0);
         oval(image, 780, 400, 35, 35, 0);     // 8.9 mm
         oval(image, 779.5, 500.5, 36, 36, 0); // 9.1 mm
+        oval(image, 400.5, 30.5, 24, 28, 0);  // 15 % of 7.1 mm are 1.07 mm: 1.02 mm longer than wide
+        oval(image, 500, 30.5, 23, 28, 0);    // 1.27 mm longer
         oval(image, 780, 700, 6 * mm, 6 * mm, 0);
         for (const int distance : {3, 4}) { // lines within the rim of half a millimetre, and beyond it
             box(image, 780, 700 - static_cast<int>(distance * mm + 1), 1, 1, 0);
@@ -209,6 +211,8 @@ TEST_F(driver_mending, fills_holes_of_four_to_nine_millimetres_and_their_rims_al
     EXPECT_EQ(255, page.gray(780, 300));
     EXPECT_EQ(255, page.gray(780, 400));
     EXPECT_EQ(0, page.gray(780, 500));
+    EXPECT_EQ(255, page.gray(400, 30));
+    EXPECT_EQ(0, page.gray(500, 30));
     for (const int y : {700, 700 - 12, 700 + 12})
         EXPECT_EQ(255, page.gray(780, y)) << y;
     for (const int y : {700 - 16, 700 + 16})

@@ -226,6 +226,25 @@ TEST_F(driver_wear, lets_black_print_shine_through_as_strong_as_paper_lets_it)
     }
 }
 
+// The file after the last one is the first again in a feeder without end, and none in any other.
+TEST_F(driver_wear, shines_through_the_last_file_what_comes_next)
+{
+    std::filesystem::create_directory(folder_.file("sheets"));
+    const pix_ptr image(pixCreate(210, 297, 8));
+    pixSetAllArbitrary(image.get(), 100);
+    ASSERT_EQ(0, pixWrite(folder_.file("sheets/1.png").c_str(), image.get(), IFF_PNG));
+    for (const auto &[is_endless, gray] : {std::pair(false, 100), std::pair(true, 70)}) { // 100 x 155 / 255 / 2 less
+        json profile = json::parse(content_of(DUPLEX_PROFILE));
+        profile["feeder"] = {{"source", {{"folder", "sheets"}}}, {"endless", is_endless}};
+        profile["pages"] = json::parse(R"({"shine_through": 0.5})");
+        start_profile(profile);
+        scanner device;
+        scan_plainly(device);
+        device.set("page", "Both sides");
+        EXPECT_EQ(gray, device.scan().gray(400, 600)) << is_endless;
+    }
+}
+
 TEST_F(driver_wear, is_each_sides_own_in_noise_and_dust)
 {
     json profile = json::parse(content_of(DUPLEX_PROFILE));
