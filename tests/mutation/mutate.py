@@ -202,7 +202,8 @@ def report(run):
         if outcome.result == trees.SURVIVED and not run.options.check_list:
             print(f"\n{mutation.file}:{mutation.line}: {mutation.name}\n    {mutation.source_line}")
     if run.options.check_list:
-        noticed = {mutation: outcome for mutation, outcome in run.outcomes.items() if outcome.result != trees.SURVIVED}
+        noticed = {mutation: outcome for mutation, outcome in run.outcomes.items()
+                   if outcome.result not in (trees.SURVIVED, trees.NOT_COMPILED)}
         for mutation, outcome in noticed.items():
             print(f"\nlisted and noticed: {mutation.file}:{mutation.line}: {mutation.name}: {outcome.told}")
         return 1 if noticed or run.gone else 0
