@@ -13,7 +13,7 @@ scan_packages=(sane-utils)
 test_packages=(iproute2 libgtest-dev libsane1 locales mandoc python3 python3-jsonschema python3-pil python3-sane
     sane-utils systemd valgrind)
 # shellcheck disable=SC2034
-fuzz_packages=(clang-14 libclang-rt-14-dev)
+fuzz_packages=(clang libclang-rt-dev)
 # shellcheck disable=SC2034
 bench_packages=(gnuplot-nox libbenchmark-dev python3 valgrind)
 # shellcheck disable=SC2034
@@ -46,7 +46,7 @@ missing_packages() {
 # Does nothing, and needs no rights, when all of the packages are there.
 install_packages() {
     command -v apt-get >/dev/null ||
-        fail "packages are installed with apt, as on Debian 12, and there is none here. Needed are: $*"
+        fail "packages are installed with apt, as on Debian 12 and 13, and there is none here. Needed are: $*"
     local missing
     mapfile -t missing < <(missing_packages "$@")
     if ((${#missing[@]} == 0)); then
