@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Numbers in options and log lines while the application runs under a locale with another decimal point.
-#include "../json/foreign_locale.h"
+#include "foreign_locale.h"
 #include "option_device.h"
 
 #include <cstring>

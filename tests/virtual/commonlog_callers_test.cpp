@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the logging library's stand-in owes to those who call it: from threads and signal handlers, in any locale.
 #include "commonlog_fixture.h"
+#include "foreign_locale.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <optional>
 #include <pthread.h>
 #include <string>
 #include <sys/stat.h>
@@ -246,34 +246,6 @@ TEST(commonlog, writes_on_after_an_interrupted_write)
 
 namespace {
 
-// NOLINTBEGIN(concurrency-mt-unsafe): the tests that change the locale start no threads.
-
-// A German locale for the whole process, from a folder of the test's own when the system has none.
-class german_locale {
-public:
-    german_locale()
-    {
-        if (setlocale(LC_ALL, "de_DE.UTF-8"))
-            return;
-        const std::string command = "localedef -i de_DE -f UTF-8 " + folder_.file("de_DE.UTF-8");
-        is_set_ = std::system(command.c_str()) == 0;
-        path_.emplace("LOCPATH", folder_.file("").c_str()); // only now: a look-up that failed is remembered
-        is_set_ = is_set_ && setlocale(LC_ALL, "de_DE.UTF-8");
-    }
-    ~german_locale() { setlocale(LC_ALL, "C"); }
-    german_locale(const german_locale &) = delete;
-    german_locale &operator=(const german_locale &) = delete;
-
-    [[nodiscard]] bool is_set() const { return is_set_; }
-
-private:
-    temporary_folder folder_;
-    std::optional<environment_variable> path_;
-    bool is_set_ = true;
-};
-
-// NOLINTEND(concurrency-mt-unsafe)
-
 std::string printed(double number)
 {
     std::array<char, 32> text{};
@@ -285,8 +257,8 @@ std::string printed(double number)
 
 TEST(commonlog, writes_numbers_the_same_in_every_locale)
 {
-    const german_locale german;
-    ASSERT_TRUE(german.is_set());
+    const foreign_locale german("de_DE");
+    german.install();
     ASSERT_EQ(printed(210.5), "210,50");
     const texts messages = messages_of("debug", [](const backend_log &log) {
         log.library.debug(log.handle, "width %.2f", 210.5);
@@ -297,8 +269,8 @@ TEST(commonlog, writes_numbers_the_same_in_every_locale)
 
 TEST(commonlog, leaves_a_threads_own_locale_in_place)
 {
-    const german_locale german;
-    ASSERT_TRUE(german.is_set());
+    const foreign_locale german("de_DE");
+    german.install();
     const locale_t own = duplocale(LC_GLOBAL_LOCALE);
     const locale_t earlier = uselocale(own);
     const texts messages = messages_of("debug", [own](const backend_log &log) {

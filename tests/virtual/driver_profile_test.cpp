@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Profiles: another device in a file, and files with mistakes, each of which is named with its place.
-#include "../json/foreign_locale.h"
+#include "foreign_locale.h"
 #include "driver_fixture.h"
 
 #include <cmath>
