@@ -337,18 +337,18 @@ TEST(driver_settings, stay_as_they_were_when_memory_is_short)
     EXPECT_EQ(0, kx_scanner_uninitialize());
 }
 
-// An image of 64 bytes counts as 320, and 52 of them as more than 16 KiB.
+// An image of 256 bytes counts as 512, and 32 of them as 16 KiB.
 TEST(driver_room, is_looked_for_once_for_many_small_images)
 {
     std::thread another([] { // where no image was made before
         looks = 0;
-        for (int i = 0; i < 1000; ++i) {
-            Pix *image = pixCreate(4, 4, 32);
+        for (int i = 0; i < 1024; ++i) {
+            Pix *image = pixCreate(8, 8, 32);
             pixDestroy(&image);
         }
     });
     another.join();
-    EXPECT_EQ(19U, looks.load()); // 1000 / 52
+    EXPECT_EQ(32U, looks.load());
 }
 
 // Of 600 x 600 points, with 16 MiB to spare.

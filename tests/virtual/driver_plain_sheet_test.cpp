@@ -75,6 +75,20 @@ TEST_F(driver_plain_sheet, is_white_beyond_the_paper)
     EXPECT_EQ((std::vector<int>{0x10, 0x20, 0x30}), page.color(826, 1168));
     EXPECT_EQ((std::vector<int>{255, 255, 255}), page.color(827, 1168));
     EXPECT_EQ((std::vector<int>{255, 255, 255}), page.color(826, 1169));
+    // To one side alone.
+    device.stop();
+    device.set_area(0, 0, 297, 200);
+    EXPECT_EQ((std::vector<int>{255, 255, 255}), device.scan().color(827, 100));
+    device.stop();
+    device.set_area(0, 0, 100, 420);
+    EXPECT_EQ((std::vector<int>{255, 255, 255}), device.scan().color(100, 1169));
+    // From the middle of the sheet on.
+    device.stop();
+    device.set_area(150, 200, 250, 290);
+    EXPECT_EQ((std::vector<int>{255, 255, 255}), device.scan().color(300, 100));
+    device.stop();
+    device.set_area(100, 200, 200, 320);
+    EXPECT_EQ((std::vector<int>{255, 255, 255}), device.scan().color(100, 450));
 }
 
 TEST_F(driver_plain_sheet, is_discarded_when_it_is_light)

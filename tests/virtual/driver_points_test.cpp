@@ -206,6 +206,14 @@ TEST_F(driver_points, lose_thin_lines_with_the_printed_screen)
         start(dpi, {word("mode", "gray"), flag("remove-halftone")});
         return page_of(dpi, [](int x, int) { return x == 30 || x == 40 || x == 41 || (x >= 60 && x < 63) ? 0 : 255; });
     };
+    const auto lying_page = [&](int dpi) {
+        start(dpi, {word("mode", "gray"), flag("remove-halftone")});
+        return page_of(dpi, [](int, int y) { return y == 30 || y == 40 || y == 41 || (y >= 60 && y < 63) ? 0 : 255; });
+    };
+    EXPECT_EQ((grays{255, 255, 255}), along_column(lying_page(200), 100, 29, 32));
+    EXPECT_EQ((grays{255, 0, 0, 255}), along_column(lying_page(200), 100, 39, 43));
+    EXPECT_EQ((grays{255, 255, 255, 255}), along_column(lying_page(400), 100, 39, 43));
+    EXPECT_EQ((grays{255, 0, 0, 0, 255}), along_column(lying_page(400), 100, 59, 64));
     EXPECT_EQ((grays{255, 255, 255}), along_row(page(200), 100, 29, 32));
     EXPECT_EQ((grays{255, 0, 0, 255}), along_row(page(200), 100, 39, 43));
     EXPECT_EQ((grays{255, 0, 0, 255}), along_row(page(399), 100, 39, 43));

@@ -471,6 +471,10 @@ TEST_F(driver_profile, keeps_names_of_options_within_63_characters)
 TEST_F(driver_profile, with_another_source_than_a_folder_or_a_colour_is_refused)
 {
     EXPECT_EQ("/feeder/source/file: unknown key", complaint_about(with_key("feeder", R"({"source": {"file": "a"}})")));
+    for (const char *folder : {R"("")", R"("a\u0000b")"})
+        EXPECT_EQ("/feeder/source/folder: a folder is expected",
+                  complaint_about(with_key("feeder", std::string(R"({"source": {"folder": )") + folder + "}}")))
+            << folder;
     for (const char *source : {R"("folder")", "{}", R"({"folder": "a", "color": "#000000"})", "1"})
         EXPECT_EQ("/feeder/source: \"document\", a folder or a colour is expected",
                   complaint_about(with_key("feeder", std::string(R"({"source": )") + source + "}")))
