@@ -12,6 +12,7 @@ own_system() {
 
 # packages_folder SYSTEM ARCHITECTURE: where script/package puts what it has built
 packages_folder() {
+    # shellcheck disable=SC2154 # lib.sh sets it
     local folder=$repository/build/packages
     [[ $1 == $(own_system) ]] || folder+=/$1
     printf '%s/%s' "$folder" "$2"
@@ -55,7 +56,7 @@ prepare_build() {
     if [[ $arch != "$native" ]]; then
         in_system "$root" dpkg --add-architecture "$arch"
         needed+=("crossbuild-essential-$arch")
-        profiles=(--host-architecture="$arch" --build-profiles=cross,nocheck)
+        profiles=(--host-architecture="$arch" --build-profiles='cross,nocheck')
     fi
     local apt=(apt-get -q -y --no-install-recommends)
     in_system "$root" "${apt[@]}" update
@@ -68,5 +69,5 @@ prepare_build() {
 set_build_command() {
     # shellcheck disable=SC2034 # used by the commands
     build_command=(dpkg-buildpackage --no-sign --build=full)
-    [[ $1 == "$native" ]] || build_command+=(--host-arch="$1" --build-profiles=cross,nocheck)
+    [[ $1 == "$native" ]] || build_command+=(--host-arch="$1" --build-profiles='cross,nocheck')
 }
