@@ -70,9 +70,9 @@ build_folder() {
     printf '%s/build/%s' "$repository" "$1"
 }
 
-# configure PRESET [CMAKE ARGUMENT...]
+# configure PRESET [CMAKE ARGUMENT...]. In a CI (the variable CI is set), warnings are errors.
 configure() {
-    cmake -S "$repository" --preset "$@"
+    cmake -S "$repository" --preset "$@" -DPELSANE_WERROR="${CI:+ON}"
 }
 
 # SANE finds this build's backend in $1, and no other one. Nothing of the machine's own configuration is touched.
