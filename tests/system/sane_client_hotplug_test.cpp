@@ -76,7 +76,7 @@ protected:
     void SetUp() override
     {
         open();
-        struct sigaction action {};
+        struct sigaction action{};
         action.sa_handler = count_notice;
         sigaction(SIGUSR1, &action, &before_);
     }
@@ -102,7 +102,7 @@ protected:
 
 private:
     std::string folder_ = (fs::temp_directory_path() / "pelsane-hotplug-XXXXXX").string();
-    struct sigaction before_ {};
+    struct sigaction before_{};
 };
 
 TEST_F(client_hotplug, finds_a_plugged_in_scanner_at_the_next_listing)

@@ -19,7 +19,7 @@ bool exists(const std::string &path)
 
 mode_t mode_of(const std::string &path)
 {
-    struct stat status {};
+    struct stat status{};
     EXPECT_EQ(0, lstat(path.c_str(), &status)) << path;
     return status.st_mode;
 }

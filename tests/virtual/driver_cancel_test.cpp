@@ -184,8 +184,8 @@ TEST_F(driver_cancel_of_a_slow_device, from_a_signal_handler_wakes_a_start_that_
 {
     scanner device;
     device_to_stop = device.handle();
-    struct sigaction action {};
-    struct sigaction before {};
+    struct sigaction action{};
+    struct sigaction before{};
     action.sa_handler = stop_in_handler;
     ASSERT_EQ(0, sigaction(SIGALRM, &action, &before));
     itimerval every_millisecond{};

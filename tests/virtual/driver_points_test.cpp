@@ -272,9 +272,8 @@ TEST_F(driver_points, of_tinted_paper_lose_the_tint_when_none_of_its_colours_is_
     start(100, {word("mode", "color"), flag("correct-color")});
     for (const int part : page_of_colors(100, [](int, int) { return color{127, 140, 160}; }).color(50, 50))
         EXPECT_NEAR(160, part, 1);
-    EXPECT_EQ((std::vector<int>{126, 140, 160}), page_of_colors(100, [](int, int) {
-                                                     return color{126, 140, 160};
-                                                 }).color(50, 50));
+    EXPECT_EQ((std::vector<int>{126, 140, 160}),
+              page_of_colors(100, [](int, int) { return color{126, 140, 160}; }).color(50, 50));
 }
 
 // Fewer than a point for each square millimetre, of which every one counts.
@@ -389,9 +388,8 @@ TEST_F(driver_points, are_grey_by_one_colour_or_by_all)
         EXPECT_EQ(gray, page_of_colors(100, [](int, int) { return std::array{200, 100, 50}; }).gray(50, 50)) << channel;
     }
     start(100, {word("mode", "color"), flag("invert")});
-    EXPECT_EQ((std::vector<int>{55, 155, 205}), page_of_colors(100, [](int, int) {
-                                                    return std::array{200, 100, 50};
-                                                }).color(50, 50));
+    EXPECT_EQ((std::vector<int>{55, 155, 205}),
+              page_of_colors(100, [](int, int) { return std::array{200, 100, 50}; }).color(50, 50));
 }
 
 TEST_F(driver_points, have_specks_of_three_taken_out_when_nothing_else_is_said)

@@ -136,7 +136,7 @@ TEST_F(driver_profile, without_sizes_tells_those_of_the_longest_words_in_all_lan
             EXPECT_EQ(18, device.option("own")["size"]);
             EXPECT_EQ(80, device.option("wide")["size"]);
             EXPECT_EQ(10, device.option("free")["size"]); // the user's own text, which is no word
-            EXPECT_EQ(16, device.option("id")["size"]); // the word 1012 is "纸张尺寸", and "Paper size" in English
+            EXPECT_EQ(16, device.option("id")["size"]);   // the word 1012 is "纸张尺寸", and "Paper size" in English
             EXPECT_EQ(10, device.option("fraction")["size"]); // no number of a word
             EXPECT_EQ(11, device.option("more")["size"]);
             EXPECT_EQ(8, device.option("whole")["size"]);

@@ -24,7 +24,7 @@ public:
     explicit notice_handler(void (*handler)(int))
     {
         sem_init(&notices, 0, 0);
-        struct sigaction action {};
+        struct sigaction action{};
         action.sa_handler = handler;
         sigaction(SIGUSR1, &action, &before_);
     }
@@ -37,7 +37,7 @@ public:
     notice_handler &operator=(const notice_handler &) = delete;
 
 private:
-    struct sigaction before_ {};
+    struct sigaction before_{};
 };
 
 bool is_noticed()

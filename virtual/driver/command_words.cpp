@@ -43,8 +43,7 @@ std::string shown(std::string_view word)
 {
     constexpr std::size_t longest = 40;
     std::string text(word.substr(0, longest));
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char each) { return each < 0x20 || each == 0x7f; }, '?');
+    std::replace_if(text.begin(), text.end(), [](unsigned char each) { return each < 0x20 || each == 0x7f; }, '?');
     return '"' + text + (word.size() > longest ? "\"..." : "\"");
 }
 

@@ -9,7 +9,7 @@ namespace virtual_scanner {
 
 void raise_device_notice()
 {
-    struct sigaction installed {};
+    struct sigaction installed{};
     if (sigaction(SIGUSR1, nullptr, &installed) != 0)
         return;
     if (installed.sa_handler != SIG_DFL && installed.sa_handler != SIG_IGN)

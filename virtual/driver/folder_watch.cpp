@@ -21,7 +21,7 @@ constexpr std::uint32_t noted_changes = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_
 
 bool is_link(const std::string &path)
 {
-    struct stat status {};
+    struct stat status{};
     return lstat(path.c_str(), &status) == 0 && (S_ISLNK(status.st_mode) || status.st_nlink > 1);
 }
 

@@ -60,7 +60,7 @@ descriptor make_socket(const std::string &path)
 
 bool is_socket(const std::string &path)
 {
-    struct stat status {};
+    struct stat status{};
     return lstat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
 }
 
@@ -95,7 +95,7 @@ socket_file::socket_file(const std::string &path) : path_(path), socket_(make_so
     if (fchmod(socket_.number(), 0600) != 0 ||
         bind(socket_.number(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         fail(path);
-    struct stat status {};
+    struct stat status{};
     if (lstat(path.c_str(), &status) != 0 || listen(socket_.number(), waiting_connections) != 0) {
         const int failure = errno;
         unlink(path.c_str());
@@ -107,7 +107,7 @@ socket_file::socket_file(const std::string &path) : path_(path), socket_(make_so
 
 socket_file::~socket_file()
 {
-    struct stat status {};
+    struct stat status{};
     if (!path_.empty() && lstat(path_.c_str(), &status) == 0 && status.st_dev == device_ && status.st_ino == inode_)
         unlink(path_.c_str());
 }

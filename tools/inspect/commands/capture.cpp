@@ -93,8 +93,7 @@ json_value captured_identity(const std::string &name)
         std::find_if(listed.begin(), listed.end(), [&name](const device &each) { return each.name == name; });
     const device shown = found != listed.end() ? *found : device{name, {}, {}, {}};
     std::string profile_name = shown.name;
-    std::replace_if(
-        profile_name.begin(), profile_name.end(), [](char c) { return c == ' ' || c == '\t'; }, '-');
+    std::replace_if(profile_name.begin(), profile_name.end(), [](char c) { return c == ' ' || c == '\t'; }, '-');
     return {{"name", profile_name},
             {"vendor", field(shown.vendor)},
             {"model", field(shown.model)},
