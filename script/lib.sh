@@ -21,7 +21,7 @@ package_packages=(autopkgtest debhelper git lintian mmdebstrap)
 # shellcheck disable=SC2034
 gui_packages=(dbus dbus-bin imagemagick simple-scan xauth xdotool xvfb)
 # shellcheck disable=SC2034
-check_packages=(clang clang-format clang-tidy cppcheck git shellcheck)
+check_packages=(clang cppcheck git shellcheck)
 # shellcheck disable=SC2034
 coverage_packages=(gcovr)
 # shellcheck disable=SC2034
@@ -64,6 +64,18 @@ install_packages() {
         printf 'The package lists could not be renewed; going on with those that are here.\n' >&2
     "${apt[@]}" install --no-install-recommends "${missing[@]}" </dev/null ||
         fail "apt could not install: ${missing[*]}. Its messages above say why."
+}
+
+# newest_package NAME LIMIT: of the packages NAME-N that apt knows, the one with the highest N up to the limit.
+newest_package() {
+    local number newest=0
+    while read -r number; do
+        if ((number > newest && number <= $2)); then
+            newest=$number
+        fi
+    done < <(apt-cache pkgnames "$1-" | sed -nE "s/^$1-([0-9]+)\$/\1/p")
+    ((newest > 0)) || fail "apt knows no $1-N with an N up to $2; if its lists are old, apt-get update helps"
+    printf '%s-%d\n' "$1" "$newest"
 }
 
 build_folder() {
