@@ -9,7 +9,7 @@
 #ifndef PELSANE_SANE_EX_H
 #define PELSANE_SANE_EX_H
 
-#include <sane/sane.h>
+#include <sane/sane.h> // IWYU pragma: export
 
 #ifdef __cplusplus
 extern "C" {

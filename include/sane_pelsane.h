@@ -4,7 +4,7 @@
 #ifndef PELSANE_SANE_PELSANE_H
 #define PELSANE_SANE_PELSANE_H
 
-#include <sane/sane.h>
+#include <sane/sane.h> // IWYU pragma: export
 
 #ifdef __cplusplus
 extern "C" {

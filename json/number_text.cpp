@@ -4,9 +4,11 @@
 #include "number_text.h"
 
 #include <charconv>
+#include <cstddef>
 #include <limits>
 #include <locale.h>
 #include <stdlib.h>
+#include <string>
 
 std::string number_to_text(double number)
 {

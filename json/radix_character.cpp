@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <langinfo.h>
+#include <string>
 #include <string_view>
 
 namespace {

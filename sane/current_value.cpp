@@ -4,11 +4,20 @@
 // option is read from its text, which refreshes the cached value as well.
 // Tested by tests/sane/current_value_test.cpp.
 #include "commonlog.h"
+#include "descriptor.h"
+#include "json.h"
+#include "kx_scanner.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace {
 

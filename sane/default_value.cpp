@@ -3,11 +3,17 @@
 // the driver with a value, from the well-known options.
 // Tested by tests/sane/default_value_test.cpp.
 #include "commonlog.h"
+#include "json.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace {
 

@@ -5,12 +5,21 @@
 //   operand   the rest of the text as it stands, or for == and != a range "[l,r]"
 // An expression is a list of conditions, or a single one as text. A malformed condition ends it silently.
 // Tested by tests/sane/depend_expression_test.cpp.
+#include "depend_expression.h"
+
+#include "json.h"
+#include "local_utility.h"
 #include "number_text.h"
 #include "sane_kx_mdw.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 

@@ -4,10 +4,21 @@
 // and carried on, breadth-first, to the slave's own slaves. An option enters the work list once, which ends cycles.
 // Tested by tests/sane/depend_propagation_test.cpp.
 #include "commonlog.h"
+#include "depend_expression.h"
+#include "descriptor.h"
+#include "kx_scanner.h"
+#include "opened_devices.h"
 #include "sane_kx_mdw.h"
 #include "value_cache.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 

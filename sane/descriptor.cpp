@@ -3,13 +3,24 @@
 // unit are adjusted, and a dependency expression is registered with the opened device. An object without a usable type
 // yields nothing.
 // Tested by tests/sane/descriptor_test.cpp.
+#include "descriptor.h"
+
 #include "commonlog.h"
+#include "depend_expression.h"
+#include "json.h"
+#include "local_utility.h"
 #include "number_text.h"
+#include "opened_devices.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 

@@ -2,11 +2,17 @@
 // Memory of descriptors: the record, copies of its texts, and a constraint block for each kind of constraint.
 // Everything is zero-filled and belongs to the descriptor; a builder that runs out of memory answers null and frees
 // what it had. Tested by tests/sane/descriptor_test.cpp.
+#include "descriptor.h"
+#include "local_utility.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 

@@ -3,10 +3,15 @@
 // so that one release frees it; the block handed out last is kept until the next successful listing replaces it, or
 // until the library is unloaded. Counts come from the driver and are cut to the buffer that it was given. Tested by
 // tests/sane/device_list_test.cpp.
+#include "kx_scanner.h"
+#include "local_utility.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <string_view>
 #include <utility>

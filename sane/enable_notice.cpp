@@ -2,7 +2,11 @@
 // The notice that tells the driver that an option became active or inactive: one zero-filled block with a header and an
 // entry for each distinct master that has a cached value, and a block of its own for each of these values. The layout
 // is the driver's (kx_scanner.h). Tested by tests/sane/depend_propagation_test.cpp.
+#include "depend_expression.h"
+#include "kx_scanner.h"
+#include "local_utility.h"
 #include "number_text.h"
+#include "opened_devices.h"
 #include "sane_kx_mdw.h"
 #include "value_cache.h"
 
@@ -11,6 +15,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace {
 

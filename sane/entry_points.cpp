@@ -3,6 +3,7 @@
 // plain forms widen an option index to an option key on the way. Tested by tests/sane and, from C, by tests/c_api.
 #include "inner_sane.h"
 #include "option_key.h"
+#include "sane_ex.h"
 #include "sane_pelsane.h"
 
 #pragma GCC visibility push(default)

@@ -3,7 +3,7 @@
 #ifndef PELSANE_GUARD_H
 #define PELSANE_GUARD_H
 
-#include <cxxabi.h>
+#include <cxxabi.h> // IWYU pragma: keep: for the type of forced unwinding, which it has from a header behind it
 #include <new>
 
 // What `work` returns; `no_memory` when memory ran out, `failed` after any other exception. A thread that its host

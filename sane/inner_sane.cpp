@@ -7,7 +7,11 @@
 #include "commonlog.h"
 #include "guard.h"
 #include "kx_scanner.h"
+#include "local_utility.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <ctime>
 

@@ -6,9 +6,12 @@
 #include "langkit.h"
 #include "option_ids.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace local_utility {

@@ -2,13 +2,23 @@
 // The book of opened devices. The frontend never sees a driver handle: it gets the transformed one, and every call
 // looks the record up by transforming back. A record exists from a successful open until close or exit; whatever fails
 // after the driver opened a device closes it again. Tested by tests/sane/opened_devices_test.cpp.
+#include "opened_devices.h"
+
 #include "guard.h"
 #include "kx_scanner.h"
+#include "local_utility.h"
 #include "open_scanners.h"
 #include "sane_kx_mdw.h"
+#include "std_opts.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace {
 

@@ -4,11 +4,10 @@
 #define PELSANE_OPENED_DEVICES_H
 
 #include "depend_expression.h"
+#include "descriptor.h"
 #include "option_ids.h"
 #include "place_index.h"
 #include "std_opts.h"
-
-#include <sane/sane.h>
 
 #include <cstddef>
 #include <cstdint>

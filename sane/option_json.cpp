@@ -3,13 +3,17 @@
 // and split into name and description. Texts in the description may be word ids of the language library. Whatever
 // length the driver reports, nothing beyond the buffer that it was given is read; a negative one is a failure. Tested
 // by tests/sane/option_json_test.cpp.
+#include "json.h"
 #include "kx_scanner.h"
 #include "langkit.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace {

@@ -4,17 +4,27 @@
 // records aside, and whatever is registered afterwards under an old name takes the old descriptor's memory, with the
 // new content. Of several options that match a key, the first counts. Tested by tests/sane/option_table_test.cpp.
 #include "commonlog.h"
+#include "depend_expression.h"
+#include "descriptor.h"
 #include "fetch_buffer.h"
+#include "json.h"
+#include "local_utility.h"
+#include "opened_devices.h"
+#include "option_ids.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 

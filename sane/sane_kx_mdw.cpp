@@ -7,10 +7,20 @@
 
 #include "commonlog.h"
 #include "guard.h"
+#include "kx_scanner.h"
 #include "langkit.h"
+#include "local_utility.h"
 #include "open_scanners.h"
+#include "sane_ex.h"
 
+#include <sane/sane.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <string>
 #include <utility>
 
 static std::string g_sane_path;

@@ -11,6 +11,8 @@
 #ifndef PELSANE_SANE_KX_MDW_H
 #define PELSANE_SANE_KX_MDW_H
 
+#include "depend_expression.h"
+#include "descriptor.h"
 #include "json.h"
 #include "kx_scanner.h"
 #include "local_utility.h"

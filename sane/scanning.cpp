@@ -5,8 +5,14 @@
 // cancel may come at any instruction of any other call; where read found its handle last is remembered. Tested by
 // tests/sane/scanning_test.cpp.
 #include "commonlog.h"
+#include "kx_scanner.h"
+#include "local_utility.h"
 #include "open_scanners.h"
+#include "opened_devices.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <cerrno>
 

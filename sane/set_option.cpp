@@ -5,12 +5,21 @@
 // moved (enable states, other options' values) is brought up to date before the call returns. Tested by
 // tests/sane/set_option_test.cpp.
 #include "commonlog.h"
+#include "descriptor.h"
+#include "kx_scanner.h"
+#include "local_utility.h"
+#include "opened_devices.h"
+#include "option_ids.h"
 #include "option_key.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <string>
 #include <utility>
 
 namespace {

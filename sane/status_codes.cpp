@@ -7,10 +7,14 @@
 #include "guard.h"
 #include "kx_scanner.h"
 #include "local_utility.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <mutex>
 #include <utility>
 

@@ -7,14 +7,22 @@
 #include "std_opts.h"
 
 #include "commonlog.h"
+#include "json.h"
 #include "kx_scanner.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
 
 struct sane_std_opts::known_option {
     const char *name;

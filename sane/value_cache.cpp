@@ -4,12 +4,18 @@
 // Tested by tests/sane/depend_propagation_test.cpp.
 #include "value_cache.h"
 
+#include "depend_expression.h"
 #include "fetch_buffer.h"
+#include "json.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 

@@ -2,6 +2,7 @@
 #ifndef PELSANE_VALUE_CACHE_H
 #define PELSANE_VALUE_CACHE_H
 
+#include "depend_expression.h"
 #include "opened_devices.h"
 
 #include <string_view>

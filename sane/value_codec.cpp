@@ -2,12 +2,18 @@
 // Between numbers, SANE words and texts, and the two places where a value that was read can go. Fixed-point is
 // truncated toward zero, never rounded, and saturates at the ends of 32 bits on every processor. Tested by
 // tests/sane/value_codec_test.cpp.
+#include "json.h"
+#include "local_utility.h"
 #include "number_text.h"
 #include "sane_kx_mdw.h"
+
+#include <sane/sane.h>
 
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
+#include <string>
 
 using local_utility::word_at;
 
