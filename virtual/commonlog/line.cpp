@@ -5,8 +5,11 @@
 #include "line.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
+#include <string_view>
 
 namespace commonlog {
 namespace {

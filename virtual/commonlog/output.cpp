@@ -13,7 +13,9 @@
 #include <cstddef>
 #include <ctime>
 #include <fcntl.h>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>

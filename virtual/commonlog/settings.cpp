@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace commonlog {
 namespace {

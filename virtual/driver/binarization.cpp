@@ -3,7 +3,11 @@
 // neighbourhood, error diffusion; and specks taken out of the result. Tested by driver_mending_test.
 #include "binarization.h"
 
+#include "page_settings.h"
+#include "pix.h"
+
 #include <algorithm>
+#include <cstddef>
 
 namespace virtual_scanner {
 

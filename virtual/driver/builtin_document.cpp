@@ -4,12 +4,15 @@
 // in exact colours, which tests and people can check. Tested by driver_scanning_test.
 #include "builtin_document.h"
 
+#include "pix.h"
 #include "profile.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace virtual_scanner {
 

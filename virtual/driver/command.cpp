@@ -9,6 +9,11 @@
 
 #include <sane/sane.h>
 
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
 namespace virtual_scanner {
 
 namespace {

@@ -3,8 +3,18 @@
 // Tested by command_test.
 #include "command_words.h"
 
+#include "command.h"
+
+#include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

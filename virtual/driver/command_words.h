@@ -3,8 +3,6 @@
 #ifndef PELSANE_VIRTUAL_COMMAND_WORDS_H
 #define PELSANE_VIRTUAL_COMMAND_WORDS_H
 
-#include "command.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -12,6 +10,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace virtual_scanner {

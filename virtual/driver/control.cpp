@@ -4,14 +4,23 @@
 // Tested by events_test, hotplug_test, control_socket_test.
 #include "control.h"
 
+#include "command.h"
 #include "device_notice.h"
+#include "devices.h"
+#include "events.h"
+#include "service.h"
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <exception>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <variant>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -5,13 +5,23 @@
 // control_socket_test.
 #include "control_socket.h"
 
+#include "commonlog.h"
+#include "descriptor.h"
 #include "log.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstddef>
 #include <new>
+#include <poll.h>
+#include <string>
+#include <string_view>
 #include <sys/socket.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -5,6 +5,7 @@
 #include "kx_scanner.h"
 
 #include <cstring>
+#include <string>
 
 namespace virtual_scanner {
 

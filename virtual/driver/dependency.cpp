@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 namespace virtual_scanner {

@@ -5,13 +5,22 @@
 // never taken from its file again, even while the file is away. Tested by driver_devices_test.
 #include "devices.h"
 
+#include "commonlog.h"
 #include "folder.h"
 #include "log.h"
+#include "profile.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -3,17 +3,33 @@
 // Tested by driver_lifecycle_test, driver_devices_test.
 #include "driver.h"
 
+#include "command.h"
+#include "commonlog.h"
+#include "control_socket.h"
 #include "delivery.h"
+#include "devices.h"
+#include "faults.h"
+#include "folder_watch.h"
+#include "information.h"
 #include "kx_scanner.h"
 #include "log.h"
+#include "profile.h"
+#include "service.h"
+#include "session.h"
+#include "socket_file.h"
+#include "stop_flag.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

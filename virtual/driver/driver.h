@@ -9,6 +9,8 @@
 #include "fault_book.h"
 #include "handle_table.h"
 #include "information.h"
+#include "kx_scanner.h"
+#include "profile.h"
 #include "service.h"
 
 #include <memory>
@@ -16,6 +18,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -3,9 +3,13 @@
 // events_test.
 #include "events.h"
 
+#include "commonlog.h"
 #include "log.h"
 
+#include <cstddef>
+#include <mutex>
 #include <new>
+#include <optional>
 #include <sys/eventfd.h>
 
 namespace virtual_scanner {

@@ -4,9 +4,18 @@
 // Tested by faults_test, call_faults_test.
 #include "fault_book.h"
 
+#include "command.h"
+#include "commonlog.h"
+#include "faults.h"
 #include "log.h"
 
 #include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
 
 namespace virtual_scanner {
 

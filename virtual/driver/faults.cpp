@@ -3,10 +3,15 @@
 // device costs its calls nothing again. Tested by faults_test, call_faults_test.
 #include "faults.h"
 
+#include "command.h"
 #include "kx_scanner.h"
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
 #include <variant>
 
 namespace virtual_scanner {

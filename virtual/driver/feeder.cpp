@@ -4,6 +4,10 @@
 
 #include "image_file.h"
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace virtual_scanner {
 
 void feeder::fill()

@@ -7,8 +7,10 @@
 #include <dirent.h>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace virtual_scanner {
 

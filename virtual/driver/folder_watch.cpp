@@ -3,14 +3,18 @@
 // that it is not whole; a link is whole from the start. Tested by hotplug_test.
 #include "folder_watch.h"
 
+#include "commonlog.h"
 #include "log.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
+#include <vector>
 
 namespace virtual_scanner {
 

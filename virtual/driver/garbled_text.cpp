@@ -2,10 +2,13 @@
 // An option's text in, one with a mistake out. Tested by call_faults_test.
 #include "garbled_text.h"
 
+#include "command.h"
 #include "delivery.h"
 #include "kx_scanner.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
 
 namespace virtual_scanner {
 

@@ -4,6 +4,16 @@
 // can be asked for in a signal handler at any time. Tested by driver_lifecycle_test and driver_cancel_test.
 #include "handle_table.h"
 
+#include "session.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
 namespace virtual_scanner {
 
 handle_table::place &handle_table::place_of(void *handle) noexcept

@@ -4,14 +4,18 @@
 #include "image_file.h"
 
 #include "folder.h"
+#include "pix.h"
 #include "raw_pnm.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <filesystem>
+#include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -4,11 +4,17 @@
 #include "information.h"
 
 #include "kx_scanner.h"
+#include "option_ids.h"
+#include "profile.h"
+#include "text_value.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <string>
+#include <string_view>
+#include <variant>
 
 namespace virtual_scanner {
 

@@ -6,6 +6,7 @@
 #include "option_ids.h"
 #include "profile.h"
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The driver's flat interface: each function looks its device up and makes one call. No exception gets out.
+#include "command.h"
+#include "commonlog.h"
+#include "session.h"
 #pragma GCC visibility push(default)
 #include "kx_scanner.h"
 #pragma GCC visibility pop

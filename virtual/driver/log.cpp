@@ -2,7 +2,10 @@
 // The log is opened with the driver and not with the library, so that an application's environment at that time counts.
 #include "log.h"
 
+#include "commonlog.h"
+
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <new>
 

@@ -3,8 +3,6 @@
 #ifndef PELSANE_VIRTUAL_LOG_H
 #define PELSANE_VIRTUAL_LOG_H
 
-#include "commonlog.h"
-
 #include <memory>
 
 namespace virtual_scanner {

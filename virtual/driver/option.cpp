@@ -3,9 +3,12 @@
 #include "option.h"
 
 #include "option_ids.h"
+#include "text_value.h"
 
 #include <array>
 #include <charconv>
+#include <string>
+#include <variant>
 
 namespace virtual_scanner {
 

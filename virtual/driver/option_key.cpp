@@ -2,7 +2,12 @@
 // Option keys to options and information items. No key is followed as an address that cannot be one.
 #include "option_key.h"
 
+#include "information.h"
+#include "option_ids.h"
+#include "option_store.h"
+
 #include <cstdint>
+#include <string_view>
 
 namespace virtual_scanner {
 

@@ -3,7 +3,7 @@
 #ifndef PELSANE_VIRTUAL_OPTION_KEY_H
 #define PELSANE_VIRTUAL_OPTION_KEY_H
 
-#include "information.h"
+#include "option_ids.h"
 #include "option_store.h"
 
 namespace virtual_scanner {

@@ -4,12 +4,19 @@
 // Tested by driver_options_test.
 #include "option_store.h"
 
+#include "dependency.h"
 #include "kx_scanner.h"
+#include "option.h"
+#include "profile.h"
+#include "text_value.h"
 #include "value_input.h"
 #include "words.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <new>
+#include <optional>
+#include <string>
 
 namespace virtual_scanner {
 

@@ -6,6 +6,7 @@
 #include "option.h"
 #include "profile.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

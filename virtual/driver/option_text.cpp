@@ -2,10 +2,17 @@
 // An option as the driver's text, `"name" : {...}`: words in the current language, titles as word ids, conditions as
 // they stand in the profile. All texts are UTF-8 and none is longer than the size that is told: the profile and every
 // setting are checked for it before. Tested by driver_options_test.
+#include "dependency.h"
+#include "option.h"
 #include "option_store.h"
+#include "text_value.h"
 #include "words.h"
 
 #include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <string>
+#include <variant>
 
 namespace virtual_scanner {
 

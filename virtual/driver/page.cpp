@@ -4,14 +4,24 @@
 #include "page.h"
 
 #include "binarization.h"
+#include "feeder.h"
 #include "image_file.h"
+#include "page_data.h"
 #include "page_mending.h"
 #include "page_packing.h"
+#include "page_settings.h"
+#include "pix.h"
 #include "point_filters.h"
+#include "profile.h"
 #include "sheet_checks.h"
 #include "sheet_image.h"
+#include "worn_page.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace virtual_scanner {
 

@@ -4,10 +4,13 @@
 // that of what remains. Tested by driver_mending_test.
 #include "page_mending.h"
 
+#include "feeder.h"
+#include "page_settings.h"
+#include "pix.h"
 #include "sheet_frame.h"
+#include "worn_page.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <memory>
 

@@ -4,11 +4,16 @@
 #include "page_packing.h"
 
 #include "binarization.h"
+#include "page_data.h"
+#include "page_settings.h"
+#include "pix.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace virtual_scanner {
 

@@ -2,8 +2,15 @@
 // Options to page settings: the one place that knows which option acts how. Tested by driver_scanning_test.
 #include "page_settings.h"
 
+#include "feeder.h"
+#include "option.h"
+#include "option_store.h"
+#include "profile.h"
+#include "text_value.h"
+
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 namespace virtual_scanner {
 

@@ -3,7 +3,9 @@
 #ifndef PELSANE_VIRTUAL_PAGE_SETTINGS_H
 #define PELSANE_VIRTUAL_PAGE_SETTINGS_H
 
+#include "feeder.h"
 #include "option_store.h"
+#include "page_wear.h"
 #include "profile.h"
 
 #include <optional>

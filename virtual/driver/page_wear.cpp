@@ -4,6 +4,11 @@
 // driver_wear_test.
 #include "page_wear.h"
 
+#include "feeder.h"
+
+#include <cstdint>
+#include <optional>
+
 namespace virtual_scanner {
 
 namespace {

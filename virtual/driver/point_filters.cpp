@@ -4,7 +4,11 @@
 // by a mean. Tested by driver_mending_test.
 #include "point_filters.h"
 
+#include "page_settings.h"
+#include "pix.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace virtual_scanner {
 

@@ -4,8 +4,11 @@
 #include "profile.h"
 
 #include "information.h"
+#include "option.h"
+#include "option_ids.h"
 #include "pix.h"
 #include "profile_reader.h"
+#include "text_value.h"
 
 #include <array>
 #include <cerrno>
@@ -13,6 +16,8 @@
 #include <filesystem>
 #include <memory>
 #include <new>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 

@@ -7,8 +7,10 @@
 #include "feeder.h"
 #include "option.h"
 #include "page_wear.h"
+#include "text_value.h"
 
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>

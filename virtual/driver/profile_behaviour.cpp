@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // How a device behaves beside its options: who may open it, how fast it is, what lies in its feeder and on its glass.
 // Tested by driver_profile_test.
+#include "feeder.h"
+#include "profile.h"
 #include "profile_reader.h"
 
 #include <charconv>
+#include <string_view>
 
 namespace virtual_scanner {
 

@@ -3,7 +3,10 @@
 #include "command.h"
 #include "profile_reader.h"
 
+#include <cstddef>
+#include <utility>
 #include <variant>
+#include <vector>
 
 namespace virtual_scanner {
 

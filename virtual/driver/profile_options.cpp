@@ -1,16 +1,21 @@
 // SPDX-License-Identifier: MIT
 // The options of a profile: types, constraints, defaults, dependencies and what is set along, each checked on its own
 // first and then against the other options. Tested by driver_profile_test.
+#include "dependency.h"
 #include "kx_scanner.h"
+#include "option.h"
 #include "profile_reader.h"
 #include "words.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 // "pages" of a profile: the state of the sheets. Every key may be left out. Tested by driver_wear_test.
+#include "page_wear.h"
 #include "profile_reader.h"
 
 #include <array>
+#include <cstdint>
+#include <string_view>
 
 namespace virtual_scanner {
 

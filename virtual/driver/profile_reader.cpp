@@ -2,14 +2,19 @@
 // Access to a profile's JSON: a value of the wrong kind ends in a profile_error that names its place.
 #include "profile_reader.h"
 
+#include "profile.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <future>
+#include <initializer_list>
 #include <langinfo.h>
 #include <locale.h>
 #include <set>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace virtual_scanner {

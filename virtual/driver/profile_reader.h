@@ -3,16 +3,23 @@
 #ifndef PELSANE_VIRTUAL_PROFILE_READER_H
 #define PELSANE_VIRTUAL_PROFILE_READER_H
 
+#include "command.h"
+#include "feeder.h"
+#include "option.h"
+#include "page_wear.h"
 #include "profile.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <initializer_list>
 #include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

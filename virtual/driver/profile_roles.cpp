@@ -1,7 +1,14 @@
 // SPDX-License-Identifier: MIT
 // What options mean to the scanner. Whatever an option with a meaning allows has to be something that the scanner can
 // do: numbers within bounds that make a page, words that stand for what it knows. Tested by driver_profile_test.
+#include "option.h"
 #include "profile_reader.h"
+#include "text_value.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -3,9 +3,13 @@
 // second for a page of 600 dpi; here they are read by rows. Tested by driver_feed_test, driver_speed_test.
 #include "raw_pnm.h"
 
+#include "pix.h"
+
 #include <cctype>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace virtual_scanner {

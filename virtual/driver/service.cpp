@@ -6,14 +6,28 @@
 // Tested by driver_lifecycle_test, events_test, hotplug_test, control_socket_test.
 #include "service.h"
 
+#include "commonlog.h"
+#include "descriptor.h"
+#include "events.h"
+#include "kx_scanner.h"
 #include "log.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <exception>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

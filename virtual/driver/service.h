@@ -17,8 +17,6 @@
 #include <mutex>
 #include <optional>
 #include <poll.h>
-#include <pthread.h>
-#include <vector>
 
 namespace virtual_scanner {
 

@@ -4,16 +4,31 @@
 // Tested by driver_scanning_test, driver_cancel_test.
 #include "session.h"
 
+#include "commonlog.h"
+#include "events.h"
+#include "faults.h"
+#include "feeder.h"
 #include "image_file.h"
+#include "image_info.h"
 #include "kx_scanner.h"
 #include "log.h"
+#include "page.h"
+#include "page_settings.h"
+#include "profile.h"
 #include "sheet_checks.h"
+#include "stop_flag.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
 
 namespace virtual_scanner {
 

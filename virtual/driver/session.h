@@ -3,6 +3,7 @@
 #ifndef PELSANE_VIRTUAL_SESSION_H
 #define PELSANE_VIRTUAL_SESSION_H
 
+#include "command.h"
 #include "events.h"
 #include "faults.h"
 #include "feeder.h"
@@ -11,14 +12,17 @@
 #include "option_key.h"
 #include "option_store.h"
 #include "page.h"
+#include "page_settings.h"
 #include "profile.h"
 #include "stop_flag.h"
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace virtual_scanner {
 

@@ -1,9 +1,19 @@
 // SPDX-License-Identifier: MIT
 // The faults of a device at work in a job. Each call asks here once there are any; what a fault answers is decided
 // here, so that a job that is ended by one ends as by any other cause. Tested by faults_test, call_faults_test.
+#include "command.h"
+#include "faults.h"
 #include "kx_scanner.h"
 #include "option_key.h"
 #include "session.h"
+
+#include <sane/sane.h>
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
 
 namespace virtual_scanner {
 

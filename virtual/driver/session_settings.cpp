@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The settings of an opened device: option keys resolved, option texts and information items delivered, values and
 // notices taken over. Tested by driver_options_test and driver_information_test.
+#include "command.h"
 #include "control_codes.h"
 #include "delivery.h"
 #include "garbled_text.h"
@@ -9,6 +10,8 @@
 #include "session.h"
 
 #include <cstring>
+#include <optional>
+#include <string>
 
 namespace virtual_scanner {
 

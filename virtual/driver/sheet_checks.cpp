@@ -2,7 +2,12 @@
 // A sheet's wear against the limits that are set. A sheet on the glass passes no sensor. Tested by driver_mending_test.
 #include "sheet_checks.h"
 
+#include "feeder.h"
+#include "page_settings.h"
+#include "page_wear.h"
+
 #include <cmath>
+#include <string>
 
 namespace virtual_scanner {
 

@@ -3,6 +3,7 @@
 #ifndef PELSANE_VIRTUAL_SHEET_CHECKS_H
 #define PELSANE_VIRTUAL_SHEET_CHECKS_H
 
+#include "feeder.h"
 #include "page_settings.h"
 
 #include <stdexcept>

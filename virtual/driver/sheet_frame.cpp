@@ -5,8 +5,14 @@
 // driver_mending_test.
 #include "sheet_frame.h"
 
+#include "feeder.h"
+#include "page_settings.h"
+#include "pix.h"
+#include "worn_page.h"
+
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 namespace virtual_scanner {

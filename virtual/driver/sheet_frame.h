@@ -3,7 +3,9 @@
 #ifndef PELSANE_VIRTUAL_SHEET_FRAME_H
 #define PELSANE_VIRTUAL_SHEET_FRAME_H
 
+#include "feeder.h"
 #include "page_settings.h"
+#include "pix.h"
 #include "worn_page.h"
 
 namespace virtual_scanner {

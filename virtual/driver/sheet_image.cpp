@@ -5,9 +5,16 @@
 #include "sheet_image.h"
 
 #include "builtin_document.h"
+#include "feeder.h"
 #include "image_file.h"
+#include "page_settings.h"
+#include "page_wear.h"
+#include "pix.h"
+#include "profile.h"
+#include "worn_page.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace virtual_scanner {
 

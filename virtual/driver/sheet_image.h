@@ -3,7 +3,9 @@
 #ifndef PELSANE_VIRTUAL_SHEET_IMAGE_H
 #define PELSANE_VIRTUAL_SHEET_IMAGE_H
 
+#include "feeder.h"
 #include "page_settings.h"
+#include "profile.h"
 #include "worn_page.h"
 
 namespace virtual_scanner {

@@ -4,14 +4,19 @@
 // Tested by control_socket_test.
 #include "socket_file.h"
 
+#include "descriptor.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace virtual_scanner {
 

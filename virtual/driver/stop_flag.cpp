@@ -5,7 +5,10 @@
 #include "stop_flag.h"
 
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <ctime>
+#include <functional>
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -2,12 +2,17 @@
 // Values from applications: sizes are checked before a byte is read, numbers are fitted into the option's constraint.
 #include "value_input.h"
 
+#include "option.h"
+#include "text_value.h"
 #include "utf8.h"
 #include "words.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string>
+#include <variant>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <string>
 #include <system_error>
 
 #pragma weak langkit_set_language

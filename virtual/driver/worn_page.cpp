@@ -5,9 +5,15 @@
 // driver_wear_test.
 #include "worn_page.h"
 
+#include "feeder.h"
+#include "page_wear.h"
+#include "pix.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 
 namespace virtual_scanner {
 

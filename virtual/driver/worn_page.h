@@ -3,6 +3,7 @@
 #ifndef PELSANE_VIRTUAL_WORN_PAGE_H
 #define PELSANE_VIRTUAL_WORN_PAGE_H
 
+#include "feeder.h"
 #include "page_wear.h"
 #include "pix.h"
 

@@ -8,6 +8,9 @@
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace langkit {

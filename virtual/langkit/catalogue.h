@@ -3,6 +3,7 @@
 #ifndef PELSANE_LANGKIT_CATALOGUE_H
 #define PELSANE_LANGKIT_CATALOGUE_H
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>

@@ -3,19 +3,24 @@
 // is a line in the log and nothing else. Covered by tests/virtual/langkit_test.cpp.
 #include "catalogue_sources.h"
 
+#include "catalogue.h"
 #include "commonlog.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iterator>
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace langkit {
 namespace {

@@ -5,6 +5,7 @@
 
 #include "catalogue.h"
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>

@@ -7,6 +7,7 @@
 #include "notices.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <exception>
 #include <string>
 

@@ -4,9 +4,14 @@
 // in a set. English is what everything falls back to. Covered by tests/virtual/langkit_test.cpp.
 #include "languages.h"
 
+#include "catalogue.h"
+#include "catalogue_sources.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <string>
 #include <utility>
 
 namespace langkit {

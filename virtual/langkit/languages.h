@@ -3,6 +3,7 @@
 #ifndef PELSANE_LANGKIT_LANGUAGES_H
 #define PELSANE_LANGKIT_LANGUAGES_H
 
+#include "catalogue.h"
 #include "catalogue_sources.h"
 
 #include <cstddef>

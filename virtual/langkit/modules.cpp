@@ -6,8 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstddef>
 #include <filesystem>
 #include <link.h>
+#include <string>
+#include <string_view>
 
 namespace langkit {
 namespace {

@@ -4,6 +4,8 @@
 #include "notices.h"
 
 #include <algorithm>
+#include <mutex>
+#include <vector>
 
 namespace langkit {
 
