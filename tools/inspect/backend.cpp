@@ -12,6 +12,10 @@
 #include <algorithm>
 #include <exception>
 #include <fmt/format.h>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

@@ -4,11 +4,14 @@
 // default language, and by their translations. Tested by tests/tools/capture_test.cpp.
 #include "capture.h"
 #include "local_utility.h"
+#include "output.h"
 
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace inspect {
 

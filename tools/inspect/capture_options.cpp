@@ -5,14 +5,23 @@
 // Tested by tests/tools/capture_test.cpp.
 #include "capture.h"
 #include "dependencies.h"
+#include "json.h"
 #include "lint.h"
 #include "local_utility.h"
 #include "number_text.h"
 #include "option_ids.h"
+#include "option_texts.h"
+#include "output.h"
 #include "sane_kx_mdw.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <fmt/format.h>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

@@ -5,7 +5,6 @@
 
 #include "command_line.h"
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>

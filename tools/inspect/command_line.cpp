@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "command_line.h"
 
+#include "failure.h"
+
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace inspect {
 

@@ -4,10 +4,18 @@
 // Tested by tests/tools/dependencies_test.cpp.
 #include "dependencies.h"
 
+#include "depend_expression.h"
+#include "descriptor.h"
+#include "json.h"
+#include "opened_devices.h"
+#include "option_texts.h"
 #include "sane_kx_mdw.h"
+#include "scanner.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
+#include <vector>
 
 namespace inspect {
 

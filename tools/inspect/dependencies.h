@@ -3,8 +3,7 @@
 #ifndef PELSANE_INSPECT_DEPENDENCIES_H
 #define PELSANE_INSPECT_DEPENDENCIES_H
 
-#include "option_texts.h"
-#include "output.h"
+#include "json.h"
 #include "scanner.h"
 
 #include <string>

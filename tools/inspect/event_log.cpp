@@ -2,9 +2,17 @@
 // Data of events is copied while the driver's call lasts, and shown as bytes. Tested by tests/tools/watch_test.cpp.
 #include "event_log.h"
 
+#include "backend.h"
+#include "output.h"
+
 #include <algorithm>
+#include <chrono>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace inspect {
 

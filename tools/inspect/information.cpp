@@ -3,12 +3,18 @@
 // Tested by tests/tools/info_test.cpp.
 #include "information.h"
 
+#include "option_ids.h"
 #include "option_key.h"
+#include "output.h"
 #include "sane_ex.h"
+#include "scanner.h"
 
 #include <cstdint>
 #include <cstring>
 #include <fmt/format.h>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

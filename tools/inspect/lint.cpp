@@ -9,9 +9,12 @@
 #include "sane_kx_mdw.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <fmt/format.h>
 #include <iterator>
 #include <map>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

@@ -4,6 +4,7 @@
 #ifndef PELSANE_INSPECT_LINT_H
 #define PELSANE_INSPECT_LINT_H
 
+#include "json.h"
 #include "option_texts.h"
 
 #include <deque>

@@ -3,14 +3,18 @@
 // exist is never met or always, and options that depend on nothing but each other stay off for good. A circle is no
 // mistake where a condition on another option leads into it.
 // Tested by tests/tools/lint_test.cpp.
+#include "depend_expression.h"
 #include "lint.h"
 #include "local_utility.h"
+#include "option_texts.h"
 #include "sane_kx_mdw.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <map>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

@@ -5,9 +5,15 @@
 #include "lint.h"
 #include "local_utility.h"
 #include "number_text.h"
+#include "option_texts.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <fmt/format.h>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

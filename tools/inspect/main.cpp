@@ -3,6 +3,8 @@
 // standard output, and whatever goes wrong becomes one line on standard error and an exit status of its own.
 // Tested by tests/tools.
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
 #include "output.h"
 
 #include <clocale>

@@ -7,13 +7,18 @@
 
 #include "failure.h"
 #include "option_key.h"
+#include "output.h"
 #include "sane_kx_mdw.h"
 #include "sane_pelsane.h"
+#include "scanner.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

@@ -7,6 +7,9 @@
 #include "output.h"
 #include "scanner.h"
 
+#include <sane/sane.h>
+
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -6,17 +6,26 @@
 
 #include "failure.h"
 #include "fetch_buffer.h"
+#include "json.h"
 #include "option_key.h"
 #include "output.h"
 #include "sane_kx_mdw.h"
+#include "scanner.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <ios>
 #include <sstream>
+#include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

@@ -2,9 +2,14 @@
 // What the parts of an option are called, and how its values are written.
 // Tested by tests/tools/options_test.cpp.
 #include "option.h"
+#include "output.h"
 
+#include <sane/sane.h>
+
+#include <cstddef>
 #include <fmt/format.h>
-#include <iterator>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

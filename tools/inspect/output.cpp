@@ -12,6 +12,8 @@
 #include <cwchar>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <unistd.h>
 

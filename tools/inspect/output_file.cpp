@@ -6,8 +6,10 @@
 #include "failure.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
+#include <string>
 #include <system_error>
 #include <unistd.h>
 

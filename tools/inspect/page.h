@@ -5,6 +5,8 @@
 
 #include "scanner.h"
 
+#include <sane/sane.h>
+
 #include <functional>
 #include <string>
 #include <vector>

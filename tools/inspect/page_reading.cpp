@@ -6,8 +6,11 @@
 #include "interruption.h"
 #include "page.h"
 #include "sane_pelsane.h"
+#include "scanner.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace inspect {
 

@@ -7,8 +7,11 @@
 #include "page.h"
 
 #include <leptonica/allheaders.h>
+#include <sane/sane.h>
 
 #include <cctype>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fmt/format.h>

@@ -12,6 +12,7 @@
 #include "sane_pelsane.h"
 
 #include <fmt/format.h>
+#include <string>
 
 namespace inspect {
 

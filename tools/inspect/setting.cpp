@@ -5,8 +5,11 @@
 #include "setting.h"
 
 #include "failure.h"
+#include "option.h"
+#include "output.h"
 #include "sane_kx_mdw.h"
 #include "sane_pelsane.h"
+#include "scanner.h"
 
 #include <algorithm>
 #include <charconv>
@@ -14,6 +17,9 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
 
 namespace inspect {
 

@@ -4,6 +4,10 @@
 #define PELSANE_INSPECT_SETTING_H
 
 #include "option.h"
+#include "output.h"
+#include "scanner.h"
+
+#include <sane/sane.h>
 
 #include <string>
 #include <vector>

@@ -6,6 +6,11 @@
 #include "output.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

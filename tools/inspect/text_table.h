@@ -3,6 +3,7 @@
 #ifndef PELSANE_INSPECT_TEXT_TABLE_H
 #define PELSANE_INSPECT_TEXT_TABLE_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

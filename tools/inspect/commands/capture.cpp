@@ -6,14 +6,26 @@
 
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
 #include "information.h"
+#include "option_ids.h"
+#include "option_texts.h"
+#include "output.h"
 #include "output_file.h"
+#include "scanner.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <fmt/format.h>
+#include <initializer_list>
 #include <limits>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

@@ -3,11 +3,14 @@
 // Tested by tests/tools/devices_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
 #include "output.h"
 #include "text_table.h"
 
 #include <fmt/format.h>
 #include <memory>
+#include <vector>
 
 namespace inspect {
 

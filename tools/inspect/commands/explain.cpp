@@ -4,14 +4,22 @@
 // Tested by tests/tools/explain_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
 #include "dependencies.h"
+#include "failure.h"
+#include "json.h"
 #include "option.h"
+#include "option_texts.h"
+#include "output.h"
+#include "scanner.h"
 #include "setting.h"
 #include "text_table.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

@@ -3,11 +3,17 @@
 // Tested by tests/tools/get_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
 #include "option.h"
+#include "output.h"
+#include "scanner.h"
 #include "setting.h"
 
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

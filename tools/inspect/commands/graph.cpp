@@ -4,19 +4,27 @@
 // Tested by tests/tools/graph_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
 #include "dependencies.h"
+#include "failure.h"
 #include "option.h"
+#include "output.h"
 #include "output_file.h"
+#include "scanner.h"
 #include "setting.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <fmt/format.h>
 #include <memory>
 #include <spawn.h>
+#include <string>
+#include <sys/types.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace inspect {
 

@@ -4,12 +4,18 @@
 // Tested by tests/tools/info_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
 #include "information.h"
 #include "option.h"
+#include "output.h"
+#include "scanner.h"
 #include "text_table.h"
 
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

@@ -6,12 +6,20 @@
 
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
+#include "option_texts.h"
 #include "output.h"
+#include "scanner.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
 
 namespace inspect {
 

@@ -3,12 +3,20 @@
 // Tested by tests/tools/options_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
 #include "option.h"
+#include "output.h"
+#include "scanner.h"
 #include "setting.h"
 #include "text_table.h"
 
+#include <sane/sane.h>
+
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace inspect {
 

@@ -4,17 +4,25 @@
 // Tested by tests/tools/scan_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
 #include "event_log.h"
+#include "failure.h"
 #include "interruption.h"
+#include "option.h"
+#include "output.h"
 #include "output_file.h"
 #include "page.h"
 #include "sane_pelsane.h"
+#include "scanner.h"
 #include "setting.h"
 
 #include <cstdio>
 #include <fmt/format.h>
 #include <memory>
+#include <mutex>
+#include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace inspect {
 

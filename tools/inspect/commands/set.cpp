@@ -5,11 +5,21 @@
 // Tested by tests/tools/set_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
+#include "failure.h"
+#include "option.h"
+#include "output.h"
+#include "scanner.h"
 #include "setting.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace inspect {
 

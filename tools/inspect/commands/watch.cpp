@@ -4,14 +4,20 @@
 // Tested by tests/tools/watch_test.cpp.
 #include "backend.h"
 #include "command.h"
+#include "command_line.h"
 #include "event_log.h"
+#include "failure.h"
 #include "interruption.h"
 #include "output.h"
 #include "scanner.h"
 
+#include <sane/sane.h>
+
+#include <chrono>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <memory>
+#include <string>
 
 namespace inspect {
 
