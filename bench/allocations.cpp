@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdlib>
 #include <malloc.h>
 
 extern "C" {

@@ -3,8 +3,11 @@
 // each a choice of texts and a whole number, the rest reals and groups. Names are told apart by their last letters.
 #include "option_texts.h"
 
+#include <cstddef>
 #include <iterator>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 

@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <cstddef>
 #include <limits>
+#include <ratio>
+#include <string>
 
 namespace {
 

@@ -6,6 +6,7 @@
 // page. After every step all descriptors that it was ever given have to be sound, until their device is closed.
 #include "guarded_memory.h"
 #include "input.h"
+#include "kx_scanner.h"
 #include "option_ids.h"
 #include "option_key.h"
 #include "oracle.h"
@@ -15,8 +16,8 @@
 #include "value_room.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The first line is a value, the rest the text of one condition on it. What was parsed has to be what a second reading
 // of the grammar finds, and each of the eight comparisons what the C library makes of the same numbers.
+#include "depend_expression.h"
 #include "input.h"
+#include "local_utility.h"
 #include "oracle.h"
 #include "sane_kx_mdw.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 

@@ -5,6 +5,7 @@
 #include "input.h"
 #include "oracle.h"
 
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <string>

@@ -6,12 +6,15 @@
 #include "guarded_memory.h"
 #include "input.h"
 #include "langkit_control.h"
+#include "option.h"
 #include "option_store.h"
 #include "oracle.h"
 #include "profile.h"
+#include "text_value.h"
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <string>

@@ -7,6 +7,7 @@
 #include "oracle.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>

@@ -3,8 +3,10 @@
 // that lists a device's options has it, into buffers of the size that it was told. The same texts have to give the same
 // options again, at the same addresses, after a reload, and a switch has to leave every dependent option as its record
 // says.
+#include "descriptor.h"
 #include "guarded_memory.h"
 #include "input.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "oracle.h"
 #include "platform.h"
@@ -14,6 +16,7 @@
 #include "value_room.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>

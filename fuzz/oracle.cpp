@@ -2,10 +2,13 @@
 // The SANE standard's section 4.2.9 says what a descriptor is; the limits beyond it are this backend's own.
 #include "oracle.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace {
 

@@ -3,12 +3,18 @@
 // adjust the text. The paper that the driver is told has to be the nearest of the table, in arithmetic that cannot
 // overflow, and the length has to be that of the block.
 #include "input.h"
+#include "kx_scanner.h"
 #include "langkit.h"
 #include "option_key.h"
 #include "oracle.h"
 #include "platform.h"
 #include "sane_kx_mdw.h"
 
+#include <sane/sane.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace {

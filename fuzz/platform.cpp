@@ -3,6 +3,7 @@
 #include "platform.h"
 
 #include "commonlog.h"
+#include "kx_scanner.h"
 #include "langkit.h"
 #include "option_ids.h"
 #include "oracle.h"
@@ -13,7 +14,9 @@
 #include <ctime>
 #include <iterator>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 

@@ -2,9 +2,12 @@
 // A fuzzer's main where there is no fuzzing engine: runs the inputs of folders once each. A finding ends the process.
 #include "input.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <iterator>
 #include <vector>
 
 namespace {

@@ -3,11 +3,15 @@
 #include "value_room.h"
 
 #include "json.h"
+#include "local_utility.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 
+#include <sane/sane.h>
+
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace {
 
