@@ -4,10 +4,14 @@
 #include "guarded_memory.h"
 #include "sane_client.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <unistd.h>
 
 namespace system_test {

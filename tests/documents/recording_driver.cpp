@@ -5,6 +5,7 @@
 //     kx_scanner_set_parameter(51, "Concave") = 0
 //
 // Handles, sizes and times are left out, since they differ from run to run.
+#include <ios>
 #pragma GCC visibility push(default)
 #include "kx_scanner.h"
 #pragma GCC visibility pop

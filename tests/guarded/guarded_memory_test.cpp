@@ -3,7 +3,9 @@
 #include "guarded_memory.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace {

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Each of the driver's calls in a session answers each code once, and does nothing else.
 #include "checks.h"
+#include "platform.h"
+#include "session.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <map>
 #include <set>
+#include <string>
 
 namespace injection {
 namespace {

@@ -4,13 +4,19 @@
 #include "checks.h"
 
 #include "memory.h"
+#include "platform.h"
+#include "session.h"
 
 #include <gtest/gtest.h>
 #include <sane/sane.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
+#include <iterator>
+#include <string>
 
 namespace injection {
 namespace {

@@ -6,6 +6,7 @@
 #include "platform.h"
 #include "session.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Each length and count that the driver tells in a session is wrong once.
 #include "checks.h"
+#include "platform.h"
+#include "session.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <limits>
 #include <map>
 #include <set>
+#include <string>
 
 namespace injection {
 namespace {

@@ -5,6 +5,8 @@
 #include "memory.h"
 
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <new>
 
 extern "C" {

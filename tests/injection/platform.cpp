@@ -14,6 +14,8 @@
 #include <ctime>
 #include <dlfcn.h>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace faulty_driver {
 namespace {

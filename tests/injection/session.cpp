@@ -13,7 +13,9 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <string>
 #include <type_traits>
+#include <vector>
 
 namespace injection {
 namespace {

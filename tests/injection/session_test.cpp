@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The session that faults are injected into, when there is none.
 #include "checks.h"
+#include "session.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
 
 namespace injection {
 namespace {

@@ -2,12 +2,16 @@
 // Each allocation of a session fails once, alone or with all that follow it in the same call.
 #include "checks.h"
 #include "memory.h"
+#include "session.h"
 
 #include <gtest/gtest.h>
 #include <sane/sane.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
+#include <string>
+#include <vector>
 
 namespace injection {
 namespace {

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <string>
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>

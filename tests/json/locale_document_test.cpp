@@ -6,7 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 

@@ -4,13 +4,20 @@
 // that leaves nothing behind when it ends.
 #include "cells.h"
 
+#include "frontend.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
 #include "scripted.h"
+#include "watched_driver.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <string>
 
 namespace {
 

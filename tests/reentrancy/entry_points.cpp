@@ -3,12 +3,18 @@
 // driver's answer. Those that never reach it (set_io_mode, get_select_fd, read_ext_info) call no driver function, so
 // nothing can come in.
 #include "frontend.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
 #include "scripted.h"
+
+#include <sane/sane.h>
 
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <utility>
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <functional>
+#include <string>
 #include <sys/mman.h>
+#include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

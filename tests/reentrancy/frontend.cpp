@@ -3,8 +3,12 @@
 // option that is not in the table until somebody asks for it.
 #include "frontend.h"
 
+#include "sane_ex.h"
+#include "sane_pelsane.h"
 #include "scripted.h"
 #include "watched_driver.h"
+
+#include <sane/sane.h>
 
 #include <cstdint>
 

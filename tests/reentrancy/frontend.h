@@ -4,7 +4,6 @@
 #define PELSANE_REENTRANCY_FRONTEND_H
 
 #include "sane_ex.h"
-#include "sane_pelsane.h"
 
 #include <functional>
 #include <string>

@@ -4,10 +4,13 @@
 // begin and at its end. The cells are generated: an entry point's driver calls are those that it makes undisturbed.
 #include "cells.h"
 #include "forked.h"
+#include "frontend.h"
+#include "watched_driver.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <string>
 
 namespace {
 

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 // What an application may do in its event function, as a table.
 #include "frontend.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
 #include "scripted.h"
 
+#include <sane/sane.h>
+
 #include <string>
+#include <vector>
 
 namespace {
 

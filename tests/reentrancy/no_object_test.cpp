@@ -2,9 +2,18 @@
 // Before init and after exit there is no middleware object. An application's signal handler may cancel then too: that
 // makes no object and reaches no driver. The other entry points make one, which starts the driver.
 #include "backend_test.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <csignal>
 #include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace {
 

@@ -5,6 +5,7 @@
 // device that has nothing to do with the call, and leaves the call's result alone.
 #include "sane_ex.h"
 #include "sane_pelsane.h"
+#include "small_platform.h"
 #include "stepping.h"
 
 #include <gtest/gtest.h>

@@ -2,10 +2,17 @@
 // A driver that is written in C++ may throw out of its functions, and exit has no caller that it could tell. Whatever
 // throws within exit, every device is closed, the driver is shut down, nothing is left behind, and a new init works.
 #include "backend_test.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <csignal>
+#include <cstdint>
 #include <functional>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 namespace {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <dlfcn.h>
 #include <functional>
 #include <optional>

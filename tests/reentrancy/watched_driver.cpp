@@ -12,7 +12,9 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <map>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace watched_driver {
 namespace {

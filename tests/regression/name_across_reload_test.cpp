@@ -2,6 +2,10 @@
 // A reload released the text of an option's name. scanimage parses its command line with these texts, and since it sets
 // a value automatically without asking for info flags, it read the released ones.
 #include "option_device.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 namespace {
 

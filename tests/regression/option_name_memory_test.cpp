@@ -2,6 +2,10 @@
 // An option's name is a key, too. When an option came back under its old name, its descriptor got a new copy of the
 // name, and the key that had just been used for the look-up was gone.
 #include "option_device.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 namespace {
 

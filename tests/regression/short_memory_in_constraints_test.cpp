@@ -2,10 +2,15 @@
 // When memory ran short while an option's range or conditions were copied out of its text, the option was described
 // without them and kept so: an application could set any value, and the option was always active.
 #include "option_device.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
 
 #include <cjson/cJSON.h>
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <cstdlib>
+#include <string>
 
 namespace {
 

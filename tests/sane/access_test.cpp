@@ -3,6 +3,12 @@
 // answer.
 #include "backend_test.h"
 #include "kx_scanner.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: MIT
 // control_option before it reaches an option's value: what is refused at once, the driver's log, option 0, reads.
+#include "guarded_memory.h"
 #include "option_device.h"
+#include "sane_ex.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstring>
+#include <utility>
 
 namespace {
 

@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Reading what an option holds: the driver's "cur" in SANE form, and the driver's information items.
+#include "guarded_memory.h"
 #include "option_device.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
+#include <optional>
+#include <string>
 
 namespace {
 

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Reading an option's default (action 100) and its well-known identifier (action 101).
+#include "guarded_memory.h"
 #include "option_device.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstring>
+#include <string>
 
 namespace {
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The grammar of a dependency condition, the eight comparisons, lists of conditions with their masters.
+#include "depend_expression.h"
+#include "json.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <string>
 #include <vector>

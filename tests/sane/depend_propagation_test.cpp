@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Options that become active and inactive as others change: at open, after a set, in chains and cycles; what the driver
 // and the application are told.
+#include "backend_test.h"
 #include "option_device.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <cstring>
+#include <string>
 
 namespace {
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The functions that allocate descriptors, before the driver's keys adjust them.
+#include "descriptor.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <string>

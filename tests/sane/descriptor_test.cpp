@@ -1,9 +1,18 @@
 // SPDX-License-Identifier: MIT
 // What an application sees of an option: every key of the driver's description, in descriptors.
+#include "backend_test.h"
 #include "option_device.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 

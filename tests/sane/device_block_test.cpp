@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The block of a device list, built from records directly.
+#include "kx_scanner.h"
+#include "local_utility.h"
 #include "sane_kx_mdw.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
+#include <cstddef>
 #include <cstring>
 #include <malloc.h>
+#include <memory>
 #include <string_view>
+#include <vector>
 
 namespace {
 

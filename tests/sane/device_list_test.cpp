@@ -2,9 +2,17 @@
 // From the driver's device records to the list that an application gets.
 #include "backend_test.h"
 #include "kx_scanner.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace {
 

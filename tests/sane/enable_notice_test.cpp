@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The notice that the driver gets of a dependent option's new state: memory that both sides lay out alike.
+#include "depend_expression.h"
+#include "kx_scanner.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "sane_kx_mdw.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Combining the conditions of a dependent option, and writing the decision into its descriptor.
+#include "depend_expression.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <string>

@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Driver events on their way to the frontend.
 #include "backend_test.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
 
 namespace {

@@ -4,11 +4,14 @@
 
 #include <array>
 #include <cstdio>
+#include <istream>
+#include <iterator>
 #include <memory>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 

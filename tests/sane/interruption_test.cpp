@@ -2,14 +2,23 @@
 // Calls that come while another is under way: a cancel from a signal handler while a device closes, a thread that its
 // host cancels within a read, a frontend that calls back in while the driver starts or while a device is opened.
 #include "backend_test.h"
+#include "pauses.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <csignal>
 #include <functional>
 #include <new>
+#include <optional>
 #include <pthread.h>
 #include <semaphore.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 

@@ -7,6 +7,8 @@
 
 #include <csignal>
 #include <dlfcn.h>
+#include <string>
+#include <vector>
 
 namespace {
 

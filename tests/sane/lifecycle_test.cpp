@@ -2,10 +2,22 @@
 // Start, stop and the entry points that need no device.
 #include "backend_test.h"
 #include "inner_sane.h"
+#include "local_utility.h"
+#include "pauses.h"
+#include "sane_ex.h"
 #include "sane_kx_mdw.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 

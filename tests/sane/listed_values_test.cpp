@@ -2,8 +2,14 @@
 // Values that applications take out of the descriptor's own lists. Such a list is never written to, whatever the driver
 // does to the value and whatever is set instead, and it may go away while the value is being set.
 #include "option_device.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <cstring>
+#include <optional>
+#include <string>
 
 namespace {
 

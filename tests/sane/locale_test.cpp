@@ -2,7 +2,13 @@
 // Numbers in options and log lines while the application runs under a locale with another decimal point.
 #include "foreign_locale.h"
 #include "option_device.h"
+#include "sane_ex.h"
+#include "scripted.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <clocale>
 #include <cstring>
 
 namespace {

@@ -1,8 +1,18 @@
 // SPDX-License-Identifier: MIT
 // Opening and closing devices, and the handles that applications get for them.
 #include "backend_test.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace {
 

@@ -5,11 +5,16 @@
 
 #include "backend_test.h"
 #include "guarded_memory.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 inline const void *key_of(std::intptr_t number)
 {

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Fetching an option's text from the driver: the buffer protocol, and the name split off.
+#include "local_utility.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <malloc.h>
 #include <memory>

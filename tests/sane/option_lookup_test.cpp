@@ -1,10 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Looking descriptors up inside the table, with what else is known of them.
+#include "depend_expression.h"
+#include "opened_devices.h"
+#include "option_ids.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <map>
+#include <vector>
 
 namespace {
 

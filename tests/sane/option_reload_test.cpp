@@ -1,8 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Reloads of the option table: descriptors that applications hold keep their addresses and show the new content.
 #include "option_device.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <cstddef>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace {
 

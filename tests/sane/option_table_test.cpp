@@ -1,8 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The table of a device's options: filling it, numbers, names, identifiers, option 0.
 #include "option_device.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <algorithm>
 #include <climits>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace {
 

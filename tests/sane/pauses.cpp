@@ -4,6 +4,7 @@
 
 #include <ctime>
 #include <mutex>
+#include <vector>
 
 namespace {
 

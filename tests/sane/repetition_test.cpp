@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: MIT
 // What is done ten thousand times leaves memory and descriptors where they were.
 #include "backend_test.h"
+#include "pauses.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <malloc.h>
 
 namespace {

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Parameters, start, read, cancel and io_control: what reaches the driver and what comes back.
 #include "backend_test.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <cerrno>
 #include <condition_variable>
@@ -8,7 +14,9 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace {
 

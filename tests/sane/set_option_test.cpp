@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Setting options: values on their way to the driver and back, automatic values, the driver's result codes, options
 // that nobody knows.
+#include "guarded_memory.h"
 #include "option_device.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <limits>
+#include <string>
+#include <utility>
 
 namespace {
 

@@ -2,15 +2,19 @@
 // Each allocation of a call fails once: the call answers "no memory" or does without, and nothing is left behind.
 #include "inner_sane.h"
 #include "open_scanners.h"
-#include "pauses.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 #include "short_memory.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Memory that runs short where single values are made: those for the driver, for its notices and for the application.
+#include "depend_expression.h"
 #include "inner_sane.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 #include "short_memory.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <new>
 #include <string>

@@ -1,6 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Driver codes to statuses and back, as they show at the entry points.
 #include "backend_test.h"
+#include "sane_ex.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <utility>
 
 namespace {
 

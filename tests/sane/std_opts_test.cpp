@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The mapper of the well-known options by itself: its list, defaults, both directions of a value.
-#include "sane_kx_mdw.h"
 #include "scripted.h"
 #include "std_opts.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {

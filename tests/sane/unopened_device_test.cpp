@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Driver handles that no opened device has, as an event or a notice may bring one after its device was closed: what
 // needs the device's record does without, what only asks the driver goes on.
+#include "depend_expression.h"
+#include "json.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <string>
 #include <vector>

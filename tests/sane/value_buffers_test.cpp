@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The memory that a set lends to the driver: how much room there is, what the driver may change in it, and whose it is
 // when the driver's answer makes the options load anew.
+#include "guarded_memory.h"
 #include "option_device.h"
+#include "sane_ex.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <cstring>
+#include <optional>
+#include <string>
 
 namespace {
 

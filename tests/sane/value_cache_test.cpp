@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The cache of current values as texts, and what sets out from a value that changed.
+#include "depend_expression.h"
+#include "json.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <string>

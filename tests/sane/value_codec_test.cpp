@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Fixed-point words, values as texts for the log, the two ways to deliver a value, zero-filled memory.
+#include "local_utility.h"
 #include "sane_kx_mdw.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>

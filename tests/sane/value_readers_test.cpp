@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The readers of current and default values behind control_option: blocks, sizes, types, log lines.
 #include "guarded_memory.h"
+#include "local_utility.h"
+#include "opened_devices.h"
 #include "option_key.h"
 #include "sane_kx_mdw.h"
 #include "scripted.h"
 
 #include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstring>

@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: MIT
 // "page-width", "page-height" and "duplex" as applications see them, on top of the driver's "paper" and "page".
 #include "option_device.h"
+#include "sane_pelsane.h"
+#include "scripted.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <climits>
 #include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace {
 

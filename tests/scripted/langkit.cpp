@@ -5,6 +5,11 @@
 #include "state.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
 
 using namespace scripted;
 

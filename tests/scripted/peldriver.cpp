@@ -3,12 +3,15 @@
 // script. It is strict where a driver may be: texts are stored without a terminator, nothing beyond the length told is
 // touched, and a record's text may fill its field.
 #include "kx_scanner.h"
+#include "scripted.h"
 #include "state.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <optional>
 
 using namespace scripted;
 

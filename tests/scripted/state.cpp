@@ -4,13 +4,23 @@
 // recorded in entries of a fixed size without the mutex; a place in the common order joins the two kinds.
 #include "state.h"
 
+#include "kx_scanner.h"
 #include "option_ids.h"
+#include "scripted.h"
+
+#include <sane/sane.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace scripted {
 

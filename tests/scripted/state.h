@@ -6,12 +6,18 @@
 #include "kx_scanner.h"
 #include "scripted.h"
 
+#include <sane/sane.h>
+
 #include <atomic>
+#include <cstddef>
 #include <deque>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace scripted {
 

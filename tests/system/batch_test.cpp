@@ -3,7 +3,12 @@
 #include "image.h"
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace system_test {
 

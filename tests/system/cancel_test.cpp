@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // An interrupt ends a scan soon and cleanly, wherever it finds it; the next scan is not affected.
+#include "application.h"
 #include "scanimage.h"
+
+#include <gtest/gtest.h>
 
 #include <csignal>
 

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 // What happens to the scanner, by command, while scanimage scans.
+#include "application.h"
 #include "commander.h"
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
+#include <memory>
 
 namespace system_test {
 

@@ -2,6 +2,10 @@
 // Several profiles, and profiles that guard their device, as a user of scanimage sees them.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
+#include <string>
+
 namespace system_test {
 
 class devices : public scanimage {

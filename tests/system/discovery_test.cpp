@@ -2,6 +2,8 @@
 // How an application finds the scanner, and that nothing of the machine's own configuration is in the way.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 namespace system_test {
 
 using discovery = scanimage;

@@ -3,7 +3,10 @@
 // before, and that the scanner is well again for the next one.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 
 namespace system_test {

@@ -3,7 +3,11 @@
 #include "image.h"
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
 #include <filesystem>
+#include <string>
 
 namespace system_test {
 

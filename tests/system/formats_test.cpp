@@ -3,6 +3,10 @@
 #include "image.h"
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
+#include <string>
+
 namespace system_test {
 
 class file_format : public scanimage, public testing::WithParamInterface<const char *> {

@@ -5,7 +5,9 @@
 #include "scanimage.h"
 
 #include <cmath>
+#include <ostream>
 #include <stdexcept>
+#include <string>
 
 namespace system_test {
 

@@ -2,6 +2,11 @@
 // Messages are for those who ask for them: nothing by default, and where they go.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
 namespace system_test {
 
 using log_variables = scanimage;

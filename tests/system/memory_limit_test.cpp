@@ -3,7 +3,10 @@
 // and never ends by a signal. A sanitizer takes more memory than all of it, and so does an emulator.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 #include <map>
+#include <string>
 
 namespace system_test {
 

@@ -5,6 +5,8 @@
 // run what is instrumented; there the sanitizers watch.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 
 namespace system_test {

@@ -2,7 +2,12 @@
 // What `scanimage -A` makes of the options: every one of them with its values, unit and state, in every surrounding.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace system_test {
 

@@ -3,16 +3,22 @@
 // server has a loopback address of its own, so that no other one is met on the port that both sides take for granted.
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
 #include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <netinet/in.h>
 #include <stdexcept>
+#include <string>
 #include <sys/socket.h>
+#include <sys/types.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace system_test {
 

@@ -4,13 +4,20 @@
 
 #include "guarded_memory.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
 #include <array>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
 
 // Under the address sanitizer: its leak checker crashes over the thread-local data of libraries that are gone.
 extern "C" __attribute__((visibility("default"))) const char *__asan_default_options();

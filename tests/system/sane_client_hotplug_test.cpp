@@ -3,14 +3,21 @@
 #include "commander.h"
 #include "sane_client.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <semaphore.h>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace system_test {
 

@@ -2,7 +2,12 @@
 // An interactive application changes one option after another: what is told to it, and what follows from each change.
 #include "sane_client.h"
 
-#include <algorithm>
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
 
 namespace system_test {
 

@@ -3,6 +3,12 @@
 // scanner's own options follow, in each language, before and after a reload of the options.
 #include "sane_client.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <ostream>
+#include <vector>
+
 namespace system_test {
 
 namespace {

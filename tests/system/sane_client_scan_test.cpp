@@ -3,11 +3,15 @@
 // signal or from another thread.
 #include "sane_client.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
 #include <array>
 #include <atomic>
 #include <csignal>
 #include <locale.h>
 #include <sys/time.h>
+#include <sys/types.h>
 #include <thread>
 
 namespace system_test {

@@ -2,12 +2,22 @@
 // Test in, private surroundings and scanimage's answers out.
 #include "scanimage.h"
 
+#include "application.h"
+
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
 
 namespace system_test {
 

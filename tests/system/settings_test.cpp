@@ -3,6 +3,13 @@
 #include "image.h"
 #include "scanimage.h"
 
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 namespace system_test {
 
 namespace {

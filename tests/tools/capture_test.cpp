@@ -3,8 +3,14 @@
 #include "backend.h"
 #include "capture.h"
 #include "inspect.h"
+#include "scanimage.h"
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace inspect_test {
 namespace {

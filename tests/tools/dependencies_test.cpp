@@ -4,16 +4,21 @@
 #include "backend.h"
 #include "dependencies.h"
 #include "guarded_memory.h"
+#include "json.h"
 #include "option.h"
 #include "sane_pelsane.h"
+#include "scanner.h"
 #include "surroundings.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 #include <random>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace inspect_test {
 namespace {

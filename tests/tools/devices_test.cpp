@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The list of scanners, and which one is meant.
 #include "inspect.h"
+#include "scanimage.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
 
 namespace inspect_test {
 namespace {

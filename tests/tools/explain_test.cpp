@@ -2,6 +2,7 @@
 // Why an option is greyed out, in words.
 #include "inspect.h"
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 namespace inspect_test {

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: MIT
 // One line and one exit status for each thing that goes wrong, whatever the command.
 #include "inspect.h"
+#include "scanimage.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <vector>
 
 namespace inspect_test {
 namespace {

@@ -2,6 +2,8 @@
 // One value, as a script wants it.
 #include "inspect.h"
 
+#include <gtest/gtest.h>
+
 namespace inspect_test {
 namespace {
 

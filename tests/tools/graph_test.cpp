@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The options that decide about others, as Graphviz takes them.
 #include "inspect.h"
+#include "scanimage.h"
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <filesystem>
 
 namespace inspect_test {
 namespace {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Information items that answer, each in the form of its kind.
 #include "inspect.h"
+#include "scanimage.h"
+
+#include <gtest/gtest.h>
 
 namespace inspect_test {
 namespace {

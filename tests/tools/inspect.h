@@ -5,7 +5,8 @@
 
 #include "scanimage.h"
 
-#include <filesystem>
+#include <gtest/gtest.h>
+
 #include <stdexcept>
 #include <string>
 

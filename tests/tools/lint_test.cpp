@@ -2,7 +2,10 @@
 // Each mistake in a description, made once in a profile that is otherwise in order, or in a driver's own texts.
 #include "inspect.h"
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <string>
 
 namespace inspect_test {
 namespace {

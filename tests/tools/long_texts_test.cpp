@@ -4,6 +4,8 @@
 #include "backend.h"
 #include "information.h"
 #include "option.h"
+#include "output.h"
+#include "scanner.h"
 #include "scripted.h"
 #include "setting.h"
 

@@ -3,8 +3,14 @@
 #include "failure.h"
 #include "inspect.h"
 #include "option.h"
+#include "scanimage.h"
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sane/sane.h>
+
+#include <string>
+#include <vector>
 
 namespace inspect_test {
 namespace {

@@ -2,10 +2,16 @@
 // Pages in files: how many, what is on them, and that nothing half-done is left behind.
 #include "image.h"
 #include "inspect.h"
+#include "scanimage.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <regex>
+#include <string>
+#include <vector>
 
 namespace inspect_test {
 namespace {

@@ -2,6 +2,8 @@
 // What a setting did, to the option and to others.
 #include "inspect.h"
 
+#include <gtest/gtest.h>
+
 namespace inspect_test {
 namespace {
 

@@ -2,7 +2,10 @@
 // Events as they come, and how watching ends.
 #include "inspect.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <filesystem>
 #include <regex>
 
 namespace inspect_test {

@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Driver calls that answer what they are told to, option texts that are spoilt, and faults that are written down wrong.
+#include "driver_fixture.h"
 #include "faulty_driver.h"
+#include "kx_scanner.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
 
 namespace driver_test {
 namespace {

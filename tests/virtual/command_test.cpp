@@ -2,11 +2,13 @@
 // The language in which the virtual scanner is told about faults and events: what it understands, and what it says to
 // the rest.
 #include "command.h"
-#include "kx_scanner.h"
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 namespace virtual_scanner {
 

@@ -3,10 +3,12 @@
 #ifndef PELSANE_TESTS_COMMANDER_H
 #define PELSANE_TESTS_COMMANDER_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/types.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <utility>

@@ -2,6 +2,7 @@
 // What the logging library's stand-in owes to those who call it: from threads and signal handlers, in any locale.
 #include "commonlog_fixture.h"
 #include "foreign_locale.h"
+#include "surroundings.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +15,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <iterator>
 #include <pthread.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>

@@ -7,6 +7,7 @@
 #include "surroundings.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <dlfcn.h>
 #include <stdexcept>
 #include <string>

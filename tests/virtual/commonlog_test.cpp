@@ -2,18 +2,23 @@
 // What the logging library's stand-in writes, when, and where to.
 #include "commonlog_fixture.h"
 #include "line.h"
+#include "surroundings.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <string>
 #include <sys/stat.h>
+#include <sys/types.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {

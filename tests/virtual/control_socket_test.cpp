@@ -1,12 +1,27 @@
 // SPDX-License-Identifier: MIT
 // The control socket: where it is, for whom, what it answers, and that nothing sent to it does harm.
+#include "driver_fixture.h"
 #include "frontend.h"
+#include "kx_scanner.h"
+#include "langkit_control.h"
 
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fcntl.h>
+#include <filesystem>
 #include <future>
 #include <grp.h>
 #include <memory>
+#include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/types.h>
+#include <sys/un.h>
 #include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

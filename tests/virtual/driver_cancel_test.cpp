@@ -2,12 +2,14 @@
 // Stopping a job: from the reading thread, another thread and a signal handler, while the scanner waits and while it
 // does not.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <future>
-#include <memory>
 #include <sys/time.h>
 #include <thread>
 

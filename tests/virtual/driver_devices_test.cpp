@@ -2,9 +2,16 @@
 // Several profiles at once: which devices they make, under which names, who may open them, and two of them scanning at
 // the same time.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
 #include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace driver_test {
 

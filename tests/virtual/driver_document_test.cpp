@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: MIT
 // The built-in document point by point. Its lines, bars and steps are where the drawing's millimetres say; of its texts
 // the outlines are those that it had when this was written: whoever moves a text has to move it here, too.
+#include "driver_fixture.h"
 #include "worn_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 namespace driver_test {
 

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Pages from a folder of image files: formats, order, sides, scaling, blank pages, and files that cannot be read.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
 
-#include <memory>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
 #include <sys/stat.h>
+#include <vector>
 
 namespace driver_test {
 

@@ -12,11 +12,12 @@
 #include <nlohmann/json.hpp>
 #include <sane/sane.h>
 
+#include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
-#include <map>
+#include <ios>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace driver_test {

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Information items of the virtual scanner: each within its length, read and written as it is meant to be.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
 #include "option_ids.h"
 
-#include <set>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
 
 namespace driver_test {
 

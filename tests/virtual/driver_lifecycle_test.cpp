@@ -1,16 +1,25 @@
 // SPDX-License-Identifier: MIT
 // The virtual driver from initialisation to its end: listing, handles, events, and that nothing is left behind.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <condition_variable>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <deque>
 #include <filesystem>
+#include <iterator>
 #include <malloc.h>
 #include <mutex>
-#include <pthread.h>
 #include <set>
+#include <string>
 #include <thread>
+#include <utility>
 
 namespace driver_test {
 

@@ -5,19 +5,30 @@
 // then returns 258, or 269 where an image could not be made, with a line in the log, or it does without, and all that
 // it delivers is as ever; and the next session is as ever.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+#include "langkit_control.h"
 #include "memory.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <ostream>
+#include <string>
 #include <sys/mman.h>
 #include <sys/syscall.h>
+#include <sys/types.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 

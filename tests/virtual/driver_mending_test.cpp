@@ -1,8 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The options that mend pages, by pages measured before and after.
+#include "driver_fixture.h"
+#include "kx_scanner.h"
 #include "worn_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

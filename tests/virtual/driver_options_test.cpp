@@ -1,14 +1,23 @@
 // SPDX-License-Identifier: MIT
 // Options of the virtual scanner: their texts, the keys that select them, and what a set answers.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
 #include "langkit.h"
+#include "langkit_control.h"
 #include "option_ids.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <limits>
+#include <map>
 #include <set>
+#include <string>
+#include <utility>
 
 namespace driver_test {
 

@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Sheets of one colour: what they look like in every mode, and that settings act on them as on any other.
+#include "driver_fixture.h"
+#include "kx_scanner.h"
 #include "worn_scanner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
 
 namespace driver_test {
 

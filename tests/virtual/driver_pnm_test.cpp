@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Files of the PNM family by their bytes: all kinds, headers of every shape, and files that are not whole.
+#include "driver_fixture.h"
 #include "worn_scanner.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

@@ -1,10 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Points of small sheets, each of which is an image of as many points as the page has: how far filters and thresholds
 // reach, what tones become, and what is done where a profile has no option that says it.
+#include "driver_fixture.h"
 #include "worn_scanner.h"
 
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
 #include <array>
+#include <cmath>
+#include <cstddef>
 #include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

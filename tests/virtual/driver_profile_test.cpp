@@ -2,8 +2,17 @@
 // Profiles: another device in a file, and files with mistakes, each of which is named with its place.
 #include "foreign_locale.h"
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+#include "langkit_control.h"
 
+#include <gtest/gtest.h>
+
+#include <clocale>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <filesystem>
+#include <string>
 #include <sys/stat.h>
 
 namespace driver_test {

@@ -1,10 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Pages of the virtual scanner: their sizes, their content by mode and settings, their order, and the feeder's end.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
 
-#include <algorithm>
-#include <memory>
+#include <gtest/gtest.h>
+#include <sane/sane.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

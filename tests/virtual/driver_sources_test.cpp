@@ -2,9 +2,18 @@
 // Where pages come from: the glass, the feeder's fronts and backs, folders, colours, feeders without end; how fast they
 // come; and what a setting answers when the profile says so.
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+
+#include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

@@ -1,10 +1,19 @@
 // SPDX-License-Identifier: MIT
 // How fast pages of 600 dpi in colour are prepared and delivered. Preparing is measured in processor time and delivery
 // against copies of the same size that are made in between, so that other work of the machine counts little.
+#include "driver_fixture.h"
+#include "kx_scanner.h"
 #include "worn_scanner.h"
 
-#include <chrono>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
 
 namespace driver_test {
 

@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: MIT
 // An application may unload the driver without ending it first. The library is loaded afresh by each test.
+#include "driver_fixture.h"
 #include "frontend.h"
+#include "kx_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
 #include <dlfcn.h>
+#include <filesystem>
 
 namespace driver_test {
 

@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Sheets as a profile's "pages" describes them: what is seen of skew, holes, tint, print that shines through, folded
 // corners, dust and noise when the scanner mends nothing.
+#include "driver_fixture.h"
 #include "worn_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace driver_test {
 

@@ -1,9 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Events: which codes and data they come with, to whom, when, and what they change in the scanner.
+#include "driver_fixture.h"
 #include "frontend.h"
+#include "kx_scanner.h"
+#include "langkit_control.h"
 
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <sys/types.h>
 #include <sys/wait.h>
-#include <thread>
+#include <unistd.h>
+#include <utility>
 
 namespace driver_test {
 

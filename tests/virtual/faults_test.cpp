@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: MIT
 // Faults of the virtual scanner's jobs, as the backend meets them: what is answered, what was delivered before, and
 // that the scanner is well again afterwards.
+#include "driver_fixture.h"
 #include "faulty_driver.h"
+#include "kx_scanner.h"
+
+#include <gtest/gtest.h>
+#include <sane/sane.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <thread>
+#include <vector>
 
 namespace driver_test {
 namespace {

@@ -4,6 +4,12 @@
 #define PELSANE_TESTS_FAULTY_DRIVER_H
 
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+#include "langkit_control.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
 
 namespace driver_test {
 

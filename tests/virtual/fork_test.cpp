@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: MIT
 // A process that was forked while the driver was in use begins anew.
+#include "driver_fixture.h"
 #include "frontend.h"
+#include "kx_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <filesystem>
 #include <future>
+#include <string>
+#include <sys/types.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace driver_test {
 

@@ -4,14 +4,21 @@
 #define PELSANE_TESTS_FRONTEND_H
 
 #include "commander.h"
-#include "driver_fixture.h"
+#include "kx_scanner.h"
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
+#include <filesystem>
+#include <iterator>
 #include <mutex>
 #include <ostream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace driver_test {
 

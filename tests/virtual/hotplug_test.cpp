@@ -1,11 +1,24 @@
 // SPDX-License-Identifier: MIT
 // Profiles that come and go while the driver is in use: the next listing, the notice, and what is open.
+#include "driver_fixture.h"
 #include "frontend.h"
+#include "kx_scanner.h"
 
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <ios>
+#include <optional>
+#include <ostream>
 #include <semaphore.h>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace driver_test {
 

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The language library's stand-in: its languages, its catalogues, and the files of modules.
 #include "langkit_fixture.h"
+#include "surroundings.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>

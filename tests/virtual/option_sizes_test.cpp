@@ -2,8 +2,14 @@
 // No text is longer than the size of its option, whatever is set and in whatever language, with catalogues of the
 // user's own among them. Catalogues are read once in a process, so these tests have one to themselves.
 #include "driver_fixture.h"
+#include "langkit_control.h"
 
-#include <algorithm>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace driver_test {
 namespace {

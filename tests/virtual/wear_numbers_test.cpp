@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 // What every implementation of the generator gives for this seed.
 TEST(wear_numbers, are_those_of_splitmix64)
 {

@@ -4,9 +4,14 @@
 #define PELSANE_TESTS_WORN_SCANNER_H
 
 #include "driver_fixture.h"
+#include "kx_scanner.h"
+#include "langkit_control.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
+#include <string>
 
 namespace driver_test {
 

@@ -4,7 +4,7 @@
 #include "image.h"
 #include "scanimage.h"
 
-#include <filesystem>
+#include <gtest/gtest.h>
 
 namespace system_test {
 
