@@ -42,10 +42,12 @@ copy_system() {
     chmod +x "$3/usr/sbin/policy-rc.d"
 }
 
-# in_system FOLDER COMMAND...: with /proc, which goes with the command, and with nothing of this shell's environment
+# in_system FOLDER COMMAND...: with /proc, which goes with the command, and with nothing of this shell's environment. An
+# interrupt ends the command as any other, since it has no numbering of processes of its own.
 in_system() {
+    # shellcheck disable=SC2016 # the arguments are the inner shell's
     env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 \
-        unshare --mount --pid --fork --kill-child --mount-proc="$1/proc" chroot "$@"
+        unshare --mount sh -c 'mount -t proc proc "$1/proc" && exec chroot "$@"' sh "$@"
 }
 
 # prepare_build FOLDER ARCHITECTURE SOURCES [PACKAGE...]: what it takes to build the sources in the system, which are in
