@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Profiles: another device in a file, and files with mistakes, each of which is named with its place.
-#include "foreign_locale.h"
 #include "driver_fixture.h"
+#include "foreign_locale.h"
 #include "kx_scanner.h"
 #include "langkit_control.h"
 
