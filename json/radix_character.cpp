@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::string_view number_characters = "+-.0123456789Ee";
+constexpr char number_characters[] = "+-.0123456789Ee";
 
 // Appends what is left of a string, its closing quote included.
 void copy_string(const char *&p, std::string &out)
@@ -49,7 +49,7 @@ std::string pointless(double number)
 
 void copy_number(const char *&p, std::string &out)
 {
-    const std::string run(p, std::strspn(p, number_characters.data()));
+    const std::string run(p, std::strspn(p, number_characters));
     std::size_t length = 0;
     const double number = text_to_number(run.c_str(), length);
     if (length == 0 || run.find('.') >= length) {

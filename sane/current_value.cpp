@@ -129,7 +129,7 @@ local_utility::memory_ptr<void> kx_sane_middleware::get_cur_value(void *handle, 
     void *const scanner = find_openning_device(handle, false, nullptr);
     try {
         if (scanner != nullptr)
-            get_current_value(scanner, option, set_value_to_new, &value, type);
+            get_current_value(scanner, option, set_value_to_new, static_cast<void *>(&value), type);
     } catch (...) {
         local_utility::free_memory(value);
         throw;

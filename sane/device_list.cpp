@@ -117,5 +117,5 @@ SANE_Device **kx_sane_middleware::to_sane_device(const _device *records, int cou
 
 void kx_sane_middleware::free_sane_device(SANE_Device **block)
 {
-    local_utility::free_memory(block);
+    local_utility::free_memory(static_cast<void *>(block));
 }

@@ -21,7 +21,10 @@ namespace local_utility {
 void free_memory(void *block); // null is ignored
 
 struct memory_deleter {
-    template <typename T> void operator()(T *block) const { free_memory(const_cast<std::remove_const_t<T> *>(block)); }
+    template <typename T> void operator()(T *block) const
+    {
+        free_memory(static_cast<void *>(const_cast<std::remove_const_t<T> *>(block)));
+    }
 };
 template <typename T> using memory_ptr = std::unique_ptr<T, memory_deleter>;
 

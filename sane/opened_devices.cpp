@@ -91,8 +91,7 @@ int kx_sane_middleware::open(const char *name, void **handle_out, const char *, 
     if (!is_current(serial))
         return SANE_STATUS_INVAL;
     const opened_device device(*add_record(handle, name));
-    static_cast<void>(scanner.release()); // the record stands for it now
-    *handle_out = scanner_handle_to_sane(handle);
+    *handle_out = scanner_handle_to_sane(scanner.release()); // the record stands for it now
     if (local_utility::has_callback())
         return SANE_STATUS_GOOD;
     return closing_on_failure(device, [&] { return add_well_known_options(device); });
@@ -198,7 +197,7 @@ void *kx_sane_middleware::find_openning_device(void *sane_handle, bool remove, _
         return scanner;
     auto record = take_record(found);
     if (record_out != nullptr)
-        static_cast<void>(record.release()); // the caller's now
+        *record_out = record.release(); // the caller's now
     return scanner;
 }
 

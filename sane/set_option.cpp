@@ -98,8 +98,8 @@ struct kx_sane_middleware::request {
     opened_device device;
     const void *option;
     void *value;
-    int told_size;                               // of the value's buffer
-    local_utility::memory_ptr<void> own_value{}; // stands in for the caller's
+    int told_size;                             // of the value's buffer
+    local_utility::memory_ptr<void> own_value; // stands in for the caller's
 
     [[nodiscard]] int shown_option() const { return option_key::number_of(option); }
 
@@ -118,16 +118,18 @@ struct kx_sane_middleware::request {
 };
 
 struct kx_sane_middleware::write_request : request {
-    bool automatic = false;
+    bool automatic; // the driver chooses the value
     bool well_known = false;
     bool is_stored = false;
     int number = -1;
     SANE_Value_Type type = SANE_TYPE_BUTTON;
     int size = 0;
-    std::string name{}; // name and title stay empty for an option that is not in the table
-    std::string title{};
-    std::string before{};
-    std::string after{};
+    std::string name; // name and title stay empty for an option that is not in the table
+    std::string title;
+    std::string before;
+    std::string after;
+
+    write_request(request &&call, bool by_driver) : request(std::move(call)), automatic(by_driver) {}
 
     void log_values() const
     {
@@ -151,7 +153,7 @@ int kx_sane_middleware::set_option(void *handle, const void *option, int action,
     if (scanner == nullptr || (value == nullptr && needs_a_buffer(action)))
         return SANE_STATUS_INVAL;
     const auto *const told = find_stored_descriptor(scanner, option, nullptr, nullptr);
-    request call{handle, opened_device(scanner), option, value, size_of(told)};
+    request call{handle, opened_device(scanner), option, value, size_of(told), nullptr};
     if (told != nullptr && is_write(action))
         if (const int status = keep_off_lists(call, action, *told); status != SANE_STATUS_GOOD)
             return status;
