@@ -43,8 +43,9 @@ std::size_t word_length(std::string_view text, const std::vector<std::string_vie
 // The number that the whole word is, false when it is none.
 bool parse_number(std::string_view word, int base, int &number)
 {
-    const char *end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, number, base);
+    const char *const begin = word.data();
+    const char *const end = begin + word.size();
+    const auto parsed = std::from_chars(begin, end, number, base);
     return parsed.ec == std::errc() && parsed.ptr == end;
 }
 

@@ -108,7 +108,8 @@ std::string_view installed_profiles()
         const std::vector<std::string> names = names_in(folder);
         if (std::any_of(names.begin(), names.end(), is_profile_name))
             return folder;
-    } catch (const std::system_error &) { // there is none
+    } catch (const std::system_error &) {
+        return {}; // there is none
     }
     return {};
 }

@@ -125,6 +125,7 @@ std::vector<std::string> fault_book::devices()
 {
     const std::lock_guard<std::mutex> guard(lock_);
     std::vector<std::string> names;
+    names.reserve(devices_.size());
     for (const auto &[name, faults] : devices_)
         names.push_back(name);
     return names;

@@ -108,7 +108,10 @@ void device_faults::set(remedy which)
 template <typename Fault> void device_faults::count_down(std::vector<counted<Fault>> &list, std::size_t index)
 {
     counted<Fault> &taken = list[index];
-    if (taken.left != always && --taken.left == 0)
+    if (taken.left == always)
+        return;
+    --taken.left;
+    if (taken.left == 0)
         list.erase(list.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
@@ -129,7 +132,7 @@ std::optional<call_answer> device_faults::take_answer(driver_call call, const st
     }
     if (!due)
         return std::nullopt;
-    const call_answer answer = answers_[*due].fault;
+    call_answer answer = answers_[*due].fault;
     count_down(answers_, *due);
     note();
     return answer;

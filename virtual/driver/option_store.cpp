@@ -217,8 +217,8 @@ void option_store::update_activity()
     for (std::size_t pass = 0; pass < options().size(); ++pass) {
         const auto at_start = active_;
         for (std::size_t i = 0; i < options().size(); ++i)
-            if (options()[i].depends)
-                active_[i] = is_satisfied(*options()[i].depends, value_of);
+            if (const auto &depends = options()[i].depends)
+                active_[i] = is_satisfied(*depends, value_of);
         if (active_ == at_start)
             return;
     }

@@ -53,19 +53,19 @@ template <typename List, typename Print> std::string print_list(const List &list
     return text + "]";
 }
 
-std::string print_bounds(const option_definition &option)
+std::string print_bounds(option_type type, const number_range &bounds)
 {
     const auto number = [&](double value) {
-        return option.type == option_type::integer ? print(static_cast<int>(value)) : print(value);
+        return type == option_type::integer ? print(static_cast<int>(value)) : print(value);
     };
-    return R"({"min":)" + number(option.bounds->min) + R"(,"max":)" + number(option.bounds->max) + R"(,"step":)" +
-           number(option.bounds->step) + "}";
+    return R"({"min":)" + number(bounds.min) + R"(,"max":)" + number(bounds.max) + R"(,"step":)" + number(bounds.step) +
+           "}";
 }
 
 std::string print_constraint(const option_definition &option)
 {
     if (option.bounds)
-        return R"(,"range":)" + print_bounds(option);
+        return R"(,"range":)" + print_bounds(option.type, *option.bounds);
     if (option.values.empty())
         return "";
     return R"(,"range":)" + print_list(option.values, [&](const option_value &each) { return print(option, each); });

@@ -65,20 +65,20 @@ page_window window_on(const paper_size &paper, const area_mm &area, int dpi)
 }
 
 // Whether every point of a plain sheet's page is the same.
-bool is_one_color(const sheet_side &side, const page_window &window, const image_format &format,
-                  const page_settings &settings)
+bool stays_one_color(const page_window &window, const image_format &format, const page_settings &settings)
 {
-    return side.color && !settings.wear && is_plain(settings.black_white) && !settings.mending.correct_color &&
+    return !settings.wear && is_plain(settings.black_white) && !settings.mending.correct_color &&
            !settings.mending.erase_background && window.left + format.pixels_per_line <= window.paper_width &&
            window.top + format.lines <= window.paper_height;
 }
 
 // The page of a row that stands for all of them.
-std::optional<page> plain_page(const sheet_side &side, const image_format &format, const page_settings &settings)
+std::optional<page> plain_page(const sheet_side &side, const sheet_color &color, const image_format &format,
+                               const page_settings &settings)
 {
     constexpr std::size_t worth_a_copy = 1 << 18;
     pix_ptr row = own(pixCreate(format.pixels_per_line, 1, 32));
-    pixSetAllArbitrary(row.get(), color_in(row.get(), *side.color));
+    pixSetAllArbitrary(row.get(), color_in(row.get(), color));
     if (settings.discard_blank && is_blank(row.get(), settings.blank_limit))
         return std::nullopt;
     row = in_mode(std::move(row), settings);
@@ -115,8 +115,8 @@ std::optional<page> make_page(const sheet_side &side, const page_settings &setti
     const paper_size paper = paper_of_plain_sheet(settings);
     const area_mm area = area_on(paper, settings);
     const image_format format = format_of(area, settings);
-    if (is_one_color(side, window_on(paper, area, settings.dpi), format, settings))
-        return plain_page(side, format, settings);
+    if (side.color && stays_one_color(window_on(paper, area, settings.dpi), format, settings))
+        return plain_page(side, *side.color, format, settings);
     return page_of_image(side, settings);
 }
 

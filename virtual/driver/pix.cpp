@@ -103,7 +103,7 @@ void collected_messages::add(const char *text) noexcept
 {
     const std::string_view line = std::string_view(text).substr(0, std::string_view(text).find('\n'));
     const bool is_error = line.substr(0, 5) == "Error";
-    if (text_[0] != '\0' && !(is_error && !has_error_))
+    if (text_[0] != '\0' && (!is_error || has_error_))
         return;
     has_error_ = is_error;
     const std::size_t length = std::min(line.size(), text_.size() - 1);

@@ -51,7 +51,9 @@ paper_size read_paper(const profile_node &node)
 {
     node.expect_keys({"width", "height", "original"});
     const paper_size paper{node.at("width").number(), node.at("height").number(), node.boolean_or("original", false)};
-    if (!(paper.width_mm >= 10 && paper.width_mm <= 1000 && paper.height_mm >= 10 && paper.height_mm <= 1000))
+    const bool is_a_sheet =
+        paper.width_mm >= 10 && paper.width_mm <= 1000 && paper.height_mm >= 10 && paper.height_mm <= 1000;
+    if (!is_a_sheet)
         node.fail("a sheet measures 10 to 1000 mm each way");
     return paper;
 }

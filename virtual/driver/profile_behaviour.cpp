@@ -31,7 +31,8 @@ access_rule read_access(const profile_node &node)
 double read_speed(const profile_node &node)
 {
     const double speed = node.number();
-    if (!(speed >= 0.01 && speed <= 100000))
+    const bool is_within = speed >= 0.01 && speed <= 100000;
+    if (!is_within)
         node.fail("a speed is 0.01 to 100000 pages per minute");
     return speed;
 }

@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -234,10 +235,11 @@ option_definition read_option(const profile_node &node)
 // Words are compared in the user's language, which an application can translate only when it knows the master already.
 void check_masters(const std::vector<option_definition> &options, std::size_t index, const profile_node &node)
 {
-    if (!options[index].depends)
+    const std::optional<dependency> &depends = options[index].depends;
+    if (!depends)
         return;
-    const profile_node list = node.at(options[index].depends->all ? "depend_and" : "depend_or");
-    for (const condition &condition : options[index].depends->conditions) {
+    const profile_node list = node.at(depends->all ? "depend_and" : "depend_or");
+    for (const condition &condition : depends->conditions) {
         const option_definition *master = find_name(options, condition.master);
         if (master == nullptr)
             list.fail("a condition names \"" + condition.master + "\", which is no option");
@@ -311,6 +313,7 @@ std::vector<option_definition> read_options(const profile_node &list)
 {
     list.expect_array();
     std::vector<option_definition> options;
+    options.reserve(list.size());
     for (std::size_t i = 0; i < list.size(); ++i)
         options.push_back(read_option(list.at(i)));
     check_unique(options, list);

@@ -18,7 +18,8 @@ constexpr int lightest_behind = 64;  // a lighter one could not be told from the
 double number_within(const profile_node &node, double least, double most)
 {
     const double number = node.number();
-    if (!(number >= least && number <= most))
+    const bool is_within = number >= least && number <= most;
+    if (!is_within)
         node.fail("the number is out of bounds");
     return number;
 }

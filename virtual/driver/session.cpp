@@ -173,7 +173,7 @@ int session::read(void *data, long *count)
         return SCANNER_ERR_INVALID_STATE;
     std::size_t amount = std::min(static_cast<std::size_t>(room), page_->data.size() - delivered_);
     if (faults_->any() && !is_finished_)
-        if (const auto failure = meet_page_faults(amount))
+        if (const auto failure = meet_page_faults(page_->format.bytes_per_line, amount))
             return *failure;
     if (amount == 0) {
         page_->data = {}; // a large page is not kept for an application that only leaves the device open

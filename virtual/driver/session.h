@@ -61,7 +61,7 @@ private:
     std::optional<page> scan_next(const page_settings &settings, int &answer);
     void wait_out(std::chrono::milliseconds time, int recoveries);
     std::optional<int> meet_start_faults(int sheets);
-    std::optional<int> meet_page_faults(std::size_t &amount);
+    std::optional<int> meet_page_faults(int bytes_per_line, std::size_t &amount);
     [[nodiscard]] int page_of(driver_call call) const;
     [[nodiscard]] std::string name_of(const option_key &key) const;
     int deliver_option(const option_key &key, void *data, long *length) const;

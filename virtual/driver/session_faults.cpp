@@ -100,9 +100,9 @@ std::optional<int> session::meet_start_faults(int sheets)
 }
 
 // The code that the read is to answer, none when it goes on. `amount` becomes less where a fault is near.
-std::optional<int> session::meet_page_faults(std::size_t &amount)
+std::optional<int> session::meet_page_faults(int bytes_per_line, std::size_t &amount)
 {
-    const page_progress page{static_cast<std::size_t>(page_->format.bytes_per_line), delivered_};
+    const page_progress page{static_cast<std::size_t>(bytes_per_line), delivered_};
     while (true) {
         const int recoveries = faults_->recoveries();
         const auto fault = faults_->take_page_fault(progress_, page, amount);

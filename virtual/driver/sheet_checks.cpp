@@ -19,7 +19,8 @@ void check_sheet(const sheet_side &side, const page_settings &settings)
     const std::string sheet = "sheet " + std::to_string(side.sheet);
     if (settings.checks.staples && is_stapled(wear, side))
         throw sheet_stopped(sheet + " is stapled");
-    if (settings.checks.corners && folded_corner_of(wear, side) && wear.folded->size_mm >= settings.checks.corner_mm)
+    if (settings.checks.corners && folded_corner_of(wear, side) && wear.folded &&
+        wear.folded->size_mm >= settings.checks.corner_mm)
         throw sheet_stopped(sheet + " has a folded corner");
     if (settings.checks.skew && std::abs(skew_of(wear, side)) > settings.checks.skew_degrees)
         throw sheet_stopped(sheet + " lies askew");

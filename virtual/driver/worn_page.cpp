@@ -215,7 +215,7 @@ void wear_out(measured_image &sheet, const page_wear &wear, const sheet_side &si
         add_staple(sheet, side.back);
     const l_uint32 seen_behind = gray_in(sheet.image.get(), behind);
     punch(sheet, wear.holes.count, hole_edge_of(wear, side), seen_behind);
-    if (const auto corner = folded_corner_of(wear, side))
+    if (const auto corner = folded_corner_of(wear, side); corner && wear.folded)
         fold(sheet, *corner, wear.folded->size_mm, seen_behind);
     turn(sheet, skew_of(wear, side), seen_behind);
 }
