@@ -125,7 +125,7 @@ int main(int count, char **arguments)
     const char *name = "";
     SANE_Int major = 0, minor = 0, micro = 0, build = 0;
     int result;
-    SANE_Status status = sane_pelsane_init_ex(NULL, take_event, &name);
+    SANE_Status status = sane_pelsane_init_ex(NULL, take_event, (void *)&name);
     if (status != SANE_STATUS_GOOD)
         return failed("The backend could not be started", status);
     sane_ex_get_driver_version(&major, &minor, &micro, &build);

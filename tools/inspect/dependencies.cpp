@@ -77,6 +77,7 @@ std::vector<dependency> read_dependencies(const scanner &device)
 {
     _dev_inst &record = **kx_sane_middleware::instance()->find_openning_device_in_que(device.driver_handle());
     std::vector<dependency> dependencies;
+    dependencies.reserve(record.slaves_.size());
     for (const _slave_option &slave : record.slaves_)
         dependencies.push_back(read_dependency(record, slave));
     return dependencies;

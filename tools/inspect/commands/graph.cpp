@@ -166,9 +166,9 @@ void write_picture(const std::string &dot, const std::string &path)
         void operator()(std::FILE *stream) const { std::fclose(stream); }
     };
     const std::unique_ptr<std::FILE, closer> text(std::tmpfile());
-    if (text == nullptr || std::fputs(dot.c_str(), text.get()) < 0 || std::fflush(text.get()) != 0)
+    if (text == nullptr || std::fputs(dot.c_str(), text.get()) < 0 || std::fflush(text.get()) != 0 ||
+        std::fseek(text.get(), 0, SEEK_SET) != 0)
         fail_to_draw("no room for a temporary file");
-    std::rewind(text.get());
     output_file picture(path);
     draw(::fileno(text.get()), ::fileno(picture.stream()));
     picture.commit();
