@@ -94,11 +94,11 @@ void store_info(int *info, int flags)
 
 // What a call goes on with after each call into the driver.
 struct kx_sane_middleware::request {
-    void *sane_handle;
+    void *sane_handle = nullptr;
     opened_device device;
-    const void *option;
-    void *value;
-    int told_size;                             // of the value's buffer
+    const void *option = nullptr;
+    void *value = nullptr;
+    int told_size = 0;                         // of the value's buffer
     local_utility::memory_ptr<void> own_value; // stands in for the caller's
 
     [[nodiscard]] int shown_option() const { return option_key::number_of(option); }
