@@ -140,7 +140,7 @@ bool is_first_count_of_options(std::size_t nth)
 
 void report(const std::string &line)
 {
-    std::cout << "[ injected ] " << line << std::endl;
+    std::cout << "[ injected ] " << line << '\n' << std::flush;
 }
 
 } // namespace injection

@@ -40,7 +40,7 @@ int answer_question(void *handle, int event, void *data, unsigned int *length, v
     self.length = length;
     self.block = data;
     auto *const bytes = static_cast<unsigned char *>(data);
-    std::memcpy(&self.tail, bytes, sizeof self.tail);
+    std::memcpy(static_cast<void *>(&self.tail), bytes, sizeof self.tail);
     self.is_zeroed = std::all_of(bytes + 8, bytes + 792, [](unsigned char byte) { return byte == 0; });
     std::memset(bytes + 8, 'u', 256); // fields may be filled to the last byte
     std::memset(bytes + 264, 'p', 256);

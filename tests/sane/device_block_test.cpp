@@ -75,7 +75,7 @@ TEST(device_block, has_at_least_its_documented_size)
 {
     // 2 * (8 + 32) for pointers and devices, 4 + 4 + 8 + 8 for the texts, 19 more, a multiple of four.
     const device_block block = block_of({record("", "abc", "abcd", "abcdefg")}, 1);
-    EXPECT_LE(120U, malloc_usable_size(block.get()));
+    EXPECT_LE(120U, malloc_usable_size(static_cast<void *>(block.get())));
 }
 
 TEST(device_block, padding_between_texts_is_zero)

@@ -42,7 +42,7 @@ protected:
     template <typename Value> static Value at(const void *memory, std::size_t offset)
     {
         Value value;
-        std::memcpy(&value, static_cast<const unsigned char *>(memory) + offset, sizeof(value));
+        std::memcpy(static_cast<void *>(&value), static_cast<const unsigned char *>(memory) + offset, sizeof(value));
         return value;
     }
 

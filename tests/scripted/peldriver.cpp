@@ -158,7 +158,10 @@ char next_need_auth(script &current)
         return 0;
     auto &[flag, times] = current.need_auth.front();
     const char answered = flag;
-    if (times != always && --times == 0)
+    if (times == always)
+        return answered;
+    --times;
+    if (times == 0)
         current.need_auth.pop_front();
     return answered;
 }
@@ -331,8 +334,9 @@ int kx_scanner_set_parameter(void *handle, const void *option, void *data, long 
     const auto found = s.current.write_answers.find(name);
     if (found == s.current.write_answers.end())
         return SCANNER_ERR_OK;
-    if (found->second.rewritten && data != nullptr)
-        std::memcpy(data, found->second.rewritten->data(), found->second.rewritten->size());
+    const auto &rewritten = found->second.rewritten;
+    if (rewritten && data != nullptr)
+        std::memcpy(data, rewritten->data(), rewritten->size());
     return found->second.code;
 }
 

@@ -43,8 +43,10 @@ const std::string longest(100000, 'x');
 TEST_F(long_texts, are_read_whole)
 {
     for (const char *size : {"0", "1", "4", "-1"}) {
-        const auto shown = read(std::string(R"({"type":"string","size":)") + size + R"(,"cur":")" + longest +
-                                R"(","default":"d)" + longest + "\"}");
+        std::string text = R"({"type":"string","size":)";
+        text.append(size).append(R"(,"cur":")").append(longest);
+        text.append(R"(","default":"d)").append(longest).append("\"}");
+        const auto shown = read(text);
         EXPECT_EQ(shown.current, json_value(longest)) << size;
         EXPECT_EQ(shown.default_value, json_value("d" + longest)) << size;
     }

@@ -36,6 +36,16 @@ int looks_before_shortage = -1; // for room; negative: there always is
 std::atomic<std::size_t> looks{0};
 std::atomic<std::size_t> largest_look{0};
 
+// Whether the shortage comes with this look.
+bool is_last_look()
+{
+    if (looks_before_shortage < 0)
+        return false;
+    const bool is_last = looks_before_shortage == 0;
+    --looks_before_shortage;
+    return is_last;
+}
+
 } // namespace
 
 // Where the driver looks whether Leptonica has room to work, one allocation comes first that may fail.
@@ -44,7 +54,7 @@ extern "C" void *mmap(void *address, std::size_t size, int protection, int flags
     ++looks;
     largest_look = std::max(largest_look.load(), size);
     const std::unique_ptr<char[]> probe(new (std::nothrow) char[1]);
-    if (probe == nullptr || (looks_before_shortage >= 0 && looks_before_shortage-- == 0)) {
+    if (probe == nullptr || is_last_look()) {
         errno = ENOMEM;
         return MAP_FAILED;
     }
