@@ -408,7 +408,7 @@ TEST_F(driver_points, have_specks_of_three_taken_out_when_nothing_else_is_said)
         const bool is_three_wide = x >= 10 && x < 13 && y >= 10 && y < 13;
         const bool is_four_wide = x >= 20 && x < 24 && y >= 20 && y < 22;
         const bool is_oblique = x >= 40 && x < 44 && y == x; // hangs together over corners
-        const bool has_a_hole = x >= 60 && x < 80 && y >= 60 && y < 80 && !(x == 70 && y == 70);
+        const bool has_a_hole = x >= 60 && x < 80 && y >= 60 && y < 80 && (x != 70 || y != 70);
         return is_three_wide || is_four_wide || is_oblique || has_a_hole;
     };
     const scanned_page page = page_of(100, [&](int x, int y) { return is_dark(x, y) ? 0 : 255; });
