@@ -36,10 +36,11 @@ system_root() {
 copy_system() {
     local root
     root=$(system_root "$1" "$2")
-    rm -rf "$3"
-    cp -a --one-file-system "$root" "$3"
-    printf '#!/bin/sh\nexit 101\n' >"$3/usr/sbin/policy-rc.d"
-    chmod +x "$3/usr/sbin/policy-rc.d"
+    rm -rf "$3" "$3.new"
+    cp -a --one-file-system "$root" "$3.new"
+    printf '#!/bin/sh\nexit 101\n' >"$3.new/usr/sbin/policy-rc.d"
+    chmod +x "$3.new/usr/sbin/policy-rc.d"
+    mv "$3.new" "$3"
 }
 
 # in_system FOLDER COMMAND...: with /proc, which goes with the command, and with nothing of this shell's environment. An

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The built-in document point by point. Its lines, bars and steps are where the drawing's millimetres say; of its texts
-// the outlines are those that it had when this was written: whoever moves a text has to move it here, too.
+// The built-in document point by point. Its lines, bars and steps are where the drawing's millimetres say; the
+// outlines of its texts are a record of the present drawing, to be changed together with it.
 #include "driver_fixture.h"
 #include "worn_scanner.h"
 
